@@ -1,11 +1,14 @@
 #include "UserDefaults.h"
 
+#include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QVariant>
 
+#include "AppPaths.h"
 #include "Json.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -38,15 +41,35 @@ std::optional<QString> tagged(const QSettings& settings, const QString& key, con
 } // namespace
 
 QString UserDefaults::defaultPath() {
-    QString config = qEnvironmentVariable("XDG_CONFIG_HOME");
-    if (config.isEmpty() || !QDir::isAbsolutePath(config))
-        config = QDir::homePath() + u"/.config"_s;
-    return config + u"/Quendra/defaults.conf"_s;
+    return configHome() + u"/Quendra/defaults.conf"_s;
 }
 
 UserDefaults::UserDefaults(const QString& filePath)
     : settings(std::make_unique<QSettings>(filePath, QSettings::IniFormat)) {
     settings->setFallbacksEnabled(false);
+    settings->allKeys(); // parses the file, which sets the status
+    if (settings->status() == QSettings::FormatError)
+        recoverDamagedFile();
+}
+
+// QSettings refuses to write over a file it could not parse, which would make
+// every later change silently vanish. Keep the damaged file beside the new
+// one and carry over every value that could still be read.
+void UserDefaults::recoverDamagedFile() {
+    QMap<QString, QVariant> readable;
+    for (const QString& key : settings->allKeys())
+        readable.insert(key, settings->value(key));
+    const QString path = settings->fileName();
+    settings.reset();
+    const QString kept =
+        path + u".damaged-"_s + QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd-HHmmss"_s);
+    QFile::remove(kept);
+    QFile::rename(path, kept);
+    settings = std::make_unique<QSettings>(path, QSettings::IniFormat);
+    settings->setFallbacksEnabled(false);
+    for (auto it = readable.begin(); it != readable.end(); ++it)
+        settings->setValue(it.key(), it.value());
+    settings->sync();
 }
 
 UserDefaults::~UserDefaults() = default;

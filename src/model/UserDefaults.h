@@ -51,6 +51,7 @@ public:
 
 private:
     bool write(const QString& key, const QVariant& value);
+    void recoverDamagedFile();
 
     std::unique_ptr<QSettings> settings;
 };

@@ -1,0 +1,49 @@
+#include "QuendraMacApp.h"
+#include "cli/CommandLine.h"
+
+#include <QApplication>
+#include <QCoreApplication>
+#include <QTextStream>
+
+#include <cstdio>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+bool hasDisplay() {
+    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           qEnvironmentVariable("QT_QPA_PLATFORM") == u"offscreen"_s;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+
+    if (quendra::wantsCommandLine(arguments)) {
+        QCoreApplication app(argc, argv);
+        QTextStream out(stdout);
+        QTextStream err(stderr);
+        return quendra::runCommandLine(arguments.mid(1), out, err);
+    }
+    if (!hasDisplay()) {
+        QTextStream(stderr) << u"Parlevo needs a graphical display to start, and none was found; "
+                               "its command-line subcommands work without one (run “parlevo "
+                               "--help”)."_s
+                            << Qt::endl;
+        return 1;
+    }
+
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(u"Parlevo"_s);
+    QApplication::setOrganizationName(u"Quendra"_s);
+    QApplication::setQuitOnLastWindowClosed(false);
+    quendra::QuendraMacApp parlevo(arguments);
+    if (!parlevo.start())
+        return 1;
+    return QApplication::exec();
+}

@@ -1,0 +1,64 @@
+#include "CommandLine.h"
+
+#include "CommandSupport.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace quendra {
+
+namespace {
+
+const QString overview =
+    u"Parlevo: dictation into any text field, and a recorder for calls and meetings.\n"
+    "\n"
+    "Usage:\n"
+    "  parlevo                 start the application (needs a graphical display)\n"
+    "  parlevo words ...       your Words: preferred spellings and how they are heard\n"
+    "  parlevo snippets ...    voice snippets: spoken triggers and their texts\n"
+    "  parlevo history ...     the history of your dictations\n"
+    "  parlevo notes ...       recorded calls and meetings\n"
+    "\n"
+    "Run “parlevo COMMAND --help” for the commands of each group. The command line\n"
+    "reads and writes the same data as the application, and needs no display."_s;
+
+using GroupRunner = int (*)(const QStringList&, QTextStream&, QTextStream&);
+
+GroupRunner groupRunner(const QString& name) {
+    if (name == u"words"_s)
+        return runWordsCommand;
+    if (name == u"snippets"_s)
+        return runSnippetsCommand;
+    if (name == u"history"_s)
+        return runHistoryCommand;
+    if (name == u"notes"_s)
+        return runNotesCommand;
+    return nullptr;
+}
+
+} // namespace
+
+bool wantsCommandLine(const QStringList& arguments) {
+    for (qsizetype i = 1; i < arguments.size(); ++i)
+        if (!arguments[i].startsWith(u"--qa-"_s))
+            return true;
+    return false;
+}
+
+int runCommandLine(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+    const QString first = arguments.value(0);
+    if (first == u"--help"_s || first == u"-h"_s || first == u"help"_s) {
+        out << overview << Qt::endl;
+        return int(ExitStatus::success);
+    }
+    if (first == u"--version"_s) {
+        out << u"parlevo " PARLEVO_VERSION ""_s << Qt::endl;
+        return int(ExitStatus::success);
+    }
+    if (const GroupRunner run = groupRunner(first))
+        return run(arguments.mid(1), out, err);
+    err << u"parlevo: “%1” is not a command; run “parlevo --help” to see the commands."_s.arg(first)
+        << Qt::endl;
+    return int(ExitStatus::usage);
+}
+
+} // namespace quendra

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QStringList>
+#include <QTextStream>
+
+namespace quendra {
+
+// The exit statuses of the command line.
+enum class ExitStatus : int { success = 0, failure = 1, usage = 2 };
+
+// True when the process arguments (program name first) ask for a subcommand
+// or for help rather than for the application; test switches ("--qa-...")
+// belong to the application.
+bool wantsCommandLine(const QStringList& arguments);
+
+// Runs one subcommand; `arguments` excludes the program name. The data is
+// the same defaults database and data folder the application uses.
+int runCommandLine(const QStringList& arguments, QTextStream& out, QTextStream& err);
+
+} // namespace quendra

@@ -1,0 +1,150 @@
+#include "CommandSupport.h"
+
+#include "model/TextBounding.h"
+
+#include <QDateTime>
+#include <QRegularExpression>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace quendra {
+
+Invocation::Invocation(QString command, QStringList arguments, QTextStream& out, QTextStream& err)
+    : out(out)
+    , err(err)
+    , command(std::move(command))
+    , arguments(std::move(arguments)) {}
+
+bool Invocation::parse(const CommandHelp& usage, int positionals, const QStringList& flags,
+                       const QStringList& valueOptions) {
+    bool optionsEnded = false;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& a = arguments[i];
+        if (optionsEnded || !a.startsWith(u'-') || a == u"-"_s) {
+            positional << a;
+            continue;
+        }
+        if (a == u"--"_s) {
+            optionsEnded = true;
+            continue;
+        }
+        if (a == u"--help"_s || a == u"-h"_s) {
+            help = true;
+            continue;
+        }
+        const qsizetype eq = a.indexOf(u'=');
+        const QString name = a.mid(2, eq < 0 ? -1 : eq - 2);
+        if (a.startsWith(u"--"_s) && flags.contains(name) && eq < 0) {
+            flagsSet.insert(name);
+        } else if (a.startsWith(u"--"_s) && valueOptions.contains(name)) {
+            if (eq >= 0) {
+                optionValues.insert(name, a.mid(eq + 1));
+            } else if (i + 1 < arguments.size()) {
+                optionValues.insert(name, arguments[++i]);
+            } else {
+                usageError(u"the option --%1 needs a value"_s.arg(name));
+                return false;
+            }
+        } else {
+            usageError(u"%1 is not an option of this command"_s.arg(a));
+            return false;
+        }
+    }
+    if (help)
+        return true;
+    if (positional.size() != positionals) {
+        const QString words = usage.usage.section(u' ', 2);
+        usageError(positional.size() < positionals
+                       ? u"it needs %1"_s.arg(words.isEmpty() ? u"more arguments"_s : words)
+                       : u"it takes %1 argument%2, not %3"_s.arg(positionals)
+                             .arg(positionals == 1 ? u""_s : u"s"_s)
+                             .arg(positional.size()));
+        return false;
+    }
+    return true;
+}
+
+QStringList Invocation::values(const QString& name) const {
+    QStringList list = optionValues.values(name);
+    std::reverse(list.begin(), list.end()); // QMultiMap keeps the newest first
+    return list;
+}
+
+int Invocation::usageError(const QString& sentence) const {
+    err << u"parlevo %1: %2; run “parlevo %1 --help” for its usage."_s.arg(command, sentence)
+        << Qt::endl;
+    return int(ExitStatus::usage);
+}
+
+int Invocation::failure(const QString& sentence) const {
+    err << sentence << Qt::endl;
+    return int(ExitStatus::failure);
+}
+
+int Invocation::printHelp(const CommandHelp& usage) const {
+    out << u"Usage: parlevo "_s << usage.usage << u"\n\n"_s << usage.description << Qt::endl;
+    return int(ExitStatus::success);
+}
+
+std::pair<IdLookup, QUuid> findIdentifier(const QString& text, const QList<QUuid>& ids) {
+    const QString wanted = text.trimmed().toUpper();
+    const QUuid whole = QUuid::fromString(wanted);
+    if (!whole.isNull())
+        return {ids.contains(whole) ? IdLookup::found : IdLookup::missing, whole};
+    static const QRegularExpression hex(u"^[0-9A-F-]{4,36}$"_s);
+    if (!hex.match(wanted).hasMatch())
+        return {IdLookup::malformed, {}};
+    QList<QUuid> hits;
+    for (const QUuid& id : ids)
+        if (id.toString(QUuid::WithoutBraces).toUpper().startsWith(wanted))
+            hits << id;
+    if (hits.size() == 1)
+        return {IdLookup::found, hits.first()};
+    return {hits.isEmpty() ? IdLookup::missing : IdLookup::ambiguous, {}};
+}
+
+QString displayDate(const QDateTime& date) {
+    return date.toLocalTime().toString(u"yyyy-MM-dd HH:mm"_s);
+}
+
+QString oneLine(const QString& text, qsizetype maxCharacters) {
+    const QString flat = text.simplified();
+    if (characterCount(flat) <= maxCharacters)
+        return flat;
+    return prefixCharacters(flat, maxCharacters - 1).trimmed() + u"…"_s;
+}
+
+int dispatch(const QString& group, const QList<Subcommand>& subcommands,
+             const QStringList& arguments, QTextStream& out, QTextStream& err) {
+    const QString first = arguments.value(0);
+    if (first.isEmpty()) {
+        err << u"parlevo %1: a command is missing; run “parlevo %1 --help” to see them."_s.arg(
+                   group)
+            << Qt::endl;
+        return int(ExitStatus::usage);
+    }
+    if (first == u"--help"_s || first == u"-h"_s || first == u"help"_s) {
+        out << u"Usage: parlevo "_s << group << u" COMMAND\n\nCommands:\n"_s;
+        for (const auto& s : subcommands)
+            out << u"  parlevo "_s << s.help.usage << u"\n      "_s
+                << QString(s.help.description).replace(u"\n"_s, u"\n      "_s) << u"\n"_s;
+        out.flush();
+        return int(ExitStatus::success);
+    }
+    for (const auto& s : subcommands) {
+        if (s.name != first)
+            continue;
+        Invocation invocation(group + u' ' + s.name, arguments.mid(1), out, err);
+        if (!invocation.parse(s.help, s.positionals, s.flags, s.valueOptions))
+            return int(ExitStatus::usage);
+        if (invocation.helpRequested())
+            return invocation.printHelp(s.help);
+        return s.run(invocation);
+    }
+    err << u"parlevo %1: “%2” is not one of its commands; run “parlevo %1 --help” to see them."_s
+               .arg(group, first)
+        << Qt::endl;
+    return int(ExitStatus::usage);
+}
+
+} // namespace quendra

@@ -1,0 +1,80 @@
+#pragma once
+
+// What every subcommand shares: argument parsing, usage errors and the
+// lookup of records by identifier.
+
+#include "CommandLine.h"
+
+#include <QDateTime>
+#include <QMultiMap>
+#include <QSet>
+#include <QUuid>
+
+#include <optional>
+
+namespace quendra {
+
+struct CommandHelp {
+    QString usage;       // "words add SPELLING [--form TEXT]..."
+    QString description; // one or two lines
+};
+
+class Invocation {
+public:
+    Invocation(QString command, QStringList arguments, QTextStream& out, QTextStream& err);
+
+    // Parses the arguments of a leaf command; false (after printing the
+    // reason) when they do not fit.
+    bool parse(const CommandHelp& help, int positionals, const QStringList& flags,
+               const QStringList& valueOptions = {});
+
+    bool helpRequested() const { return help; }
+    bool flag(const QString& name) const { return flagsSet.contains(name); }
+    QStringList values(const QString& name) const;
+    const QStringList& positionals() const { return positional; }
+
+    // Prints one sentence about bad arguments and returns the usage status.
+    int usageError(const QString& sentence) const;
+    // Prints one sentence about a failure and returns the failure status.
+    int failure(const QString& sentence) const;
+    int printHelp(const CommandHelp& help) const;
+
+    QTextStream& out;
+    QTextStream& err;
+    const QString command; // "words add"
+
+private:
+    QStringList arguments;
+    QStringList positional;
+    QSet<QString> flagsSet;
+    QMultiMap<QString, QString> optionValues;
+    bool help = false;
+};
+
+// Finds the one identifier among `ids` that `text` names: the whole UUID, or
+// a prefix of its upper-case form of at least four characters.
+enum class IdLookup { found, missing, ambiguous, malformed };
+std::pair<IdLookup, QUuid> findIdentifier(const QString& text, const QList<QUuid>& ids);
+
+QString displayDate(const QDateTime& date);
+QString oneLine(const QString& text, qsizetype maxCharacters);
+
+int runWordsCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runSnippetsCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runHistoryCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runNotesCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+
+// Dispatches "group sub ..." to the handler named by the first argument;
+// prints the group's help or a usage error otherwise.
+struct Subcommand {
+    QString name;
+    CommandHelp help;
+    int positionals = 0;
+    QStringList flags;
+    QStringList valueOptions;
+    int (*run)(Invocation&) = nullptr;
+};
+int dispatch(const QString& group, const QList<Subcommand>& subcommands,
+             const QStringList& arguments, QTextStream& out, QTextStream& err);
+
+} // namespace quendra

@@ -1,0 +1,81 @@
+#include "CommandSupport.h"
+
+#include "model/AppDataStore.h"
+#include "model/TextBounding.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace quendra {
+
+namespace {
+
+int listSnippets(Invocation& in) {
+    UserDefaults defaults;
+    const auto snippets = AppDataStore(defaults).snippets();
+    if (in.flag(u"json"_s)) {
+        in.out << QString::fromUtf8(jsonBytes(Json(snippets), 2)) << Qt::endl;
+        return 0;
+    }
+    if (snippets.isEmpty())
+        in.out << u"You have no voice snippets."_s << Qt::endl;
+    for (const auto& s : snippets)
+        in.out << s.trigger << u" → "_s << oneLine(s.expansion, 70) << Qt::endl;
+    return 0;
+}
+
+int addSnippet(Invocation& in) {
+    UserDefaults defaults;
+    AppDataStore store(defaults);
+    const QString trigger = boundText(in.positionals()[0], AppDataStore::triggerLimit);
+    if (trigger.isEmpty())
+        return in.usageError(u"the trigger is empty"_s);
+    if (!store.saveSnippet(trigger, in.positionals()[1]))
+        return in.usageError(u"the expansion is empty"_s);
+    in.out << u"Saying “%1” now writes the snippet."_s.arg(trigger) << Qt::endl;
+    return 0;
+}
+
+int removeSnippet(Invocation& in) {
+    UserDefaults defaults;
+    AppDataStore store(defaults);
+    const QString trigger = boundText(in.positionals()[0], AppDataStore::triggerLimit);
+    for (const auto& s : store.snippets()) {
+        if (s.trigger.compare(trigger, Qt::CaseInsensitive) == 0) {
+            store.removeSnippet(s.id);
+            in.out << u"Removed the snippet “%1”."_s.arg(s.trigger) << Qt::endl;
+            return 0;
+        }
+    }
+    return in.failure(u"No snippet has the trigger “%1”."_s.arg(trigger));
+}
+
+} // namespace
+
+int runSnippetsCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+    const QList<Subcommand> subcommands{
+        {u"list"_s,
+         {u"snippets list [--json]"_s,
+          u"Lists your voice snippets; --json prints the stored records."_s},
+         0,
+         {u"json"_s},
+         {},
+         listSnippets},
+        {u"add"_s,
+         {u"snippets add TRIGGER EXPANSION"_s,
+          u"Saves a snippet: saying TRIGGER in a dictation writes EXPANSION instead.\n"
+          "A snippet with the same trigger (in any case) is replaced."_s},
+         2,
+         {},
+         {},
+         addSnippet},
+        {u"remove"_s,
+         {u"snippets remove TRIGGER"_s, u"Removes the snippet with that trigger (in any case)."_s},
+         1,
+         {},
+         {},
+         removeSnippet},
+    };
+    return dispatch(u"snippets"_s, subcommands, arguments, out, err);
+}
+
+} // namespace quendra

@@ -1,0 +1,172 @@
+#pragma once
+
+#include "DictationLanguage.h"
+#include "DictationModel.h"
+#include "DictationShortcut.h"
+#include "DictationStyle.h"
+#include "DictionaryRecords.h"
+#include "RecordingDuration.h"
+#include "TranscriptEntry.h"
+#include "UserDefaults.h"
+#include "WritingSurface.h"
+
+#include <QDateTime>
+#include <QMap>
+
+#include <functional>
+#include <optional>
+
+namespace quendra {
+
+// The user's lists and choices of the dictation side, kept in the defaults
+// database as JSON. Every read and write applies the normalisation rules and
+// caps, so whatever is stored stays within them. Main thread only.
+class AppDataStore {
+public:
+    // The keys of the defaults database.
+    struct Keys {
+        static inline const QString personalDictionaryV2 = QStringLiteral("personalDictionaryV2");
+        static inline const QString personalDictionary = QStringLiteral("personalDictionary");
+        static inline const QString voiceSnippets = QStringLiteral("voiceSnippets");
+        static inline const QString transcriptHistory = QStringLiteral("transcriptHistory");
+        static inline const QString surfaceStyles = QStringLiteral("surfaceStyles");
+        static inline const QString dismissedWordSuggestions =
+            QStringLiteral("dismissedWordSuggestionsV1");
+        static inline const QString dictationStyle = QStringLiteral("dictationStyle");
+        static inline const QString dictationLanguage = QStringLiteral("dictationLanguage");
+        static inline const QString replyAssist = QStringLiteral("replyAssist");
+        static inline const QString conversationContextAssist =
+            QStringLiteral("conversationContextAssistV1");
+        static inline const QString fieldMicrophoneEnabled =
+            QStringLiteral("fieldMicrophoneEnabled");
+        static inline const QString dictationShortcut = QStringLiteral("dictationShortcut");
+        static inline const QString notesRecordingShortcut =
+            QStringLiteral("notesRecordingShortcut");
+        static inline const QString recordingDuration = QStringLiteral("recordingDuration");
+        static inline const QString dictationModel = QStringLiteral("dictationModel");
+        static inline const QString allowModelFallback = QStringLiteral("allowModelFallback");
+        static inline const QString reviewArchiveEnabled = QStringLiteral("reviewArchiveEnabled");
+        static inline const QString configuredLaunchAtLogin =
+            QStringLiteral("configuredLaunchAtLogin");
+    };
+
+    static constexpr qsizetype spellingLimit = 80;
+    static constexpr qsizetype spokenFormLimit = 80;
+    static constexpr qsizetype spokenFormsPerEntry = 8;
+    static constexpr qsizetype triggerLimit = 80;
+    static constexpr qsizetype expansionLimit = 2000;
+    static constexpr qsizetype historyLimit = 60;
+    static constexpr qint64 contextRetentionSeconds = 86400;
+
+    // `now` is the clock used for the one-day context purge; tests replace it.
+    explicit AppDataStore(UserDefaults& defaults,
+                          std::function<QDateTime()> now = &QDateTime::currentDateTimeUtc);
+
+    UserDefaults& defaults() const { return store; }
+
+    // Personal dictionary.
+    QList<PersonalDictionaryEntry> dictionaryEntries() const;
+    bool addDictionaryEntry(const PersonalDictionaryEntry& entry);
+    // Adds a spelling, or replaces the entry with `replacing`. Without an
+    // identifier, a spelling already in the list (in any case) takes the new
+    // spelling and gains the new forms. False when nothing valid remains.
+    bool saveReviewedSpelling(const QString& spelling, const QStringList& forms,
+                              std::optional<QUuid> replacing = std::nullopt);
+    void removeDictionaryEntry(const QUuid& id);
+    // Merges one entry from the workspace; none removes the local one.
+    void importWord(const std::optional<PersonalDictionaryEntry>& entry, const QUuid& id);
+
+    // Voice snippets, in a stable order by trigger.
+    QList<VoiceSnippet> snippets() const;
+    bool saveSnippet(const QString& trigger, const QString& expansion);
+    void removeSnippet(const QUuid& id);
+    void importSnippet(const std::optional<VoiceSnippet>& snippet, const QUuid& id);
+
+    // History, newest first; context text older than a day is purged on read.
+    QList<TranscriptEntry> history() const;
+    void addHistory(const TranscriptEntry& entry);
+    void importHistory(const TranscriptEntry& entry);
+
+    // Per-surface style overrides.
+    QMap<WritingSurface, DictationStyle> surfaceStyles() const;
+    void setStyle(std::optional<DictationStyle> style, WritingSurface surface);
+
+    // Words the user turned down as dictionary suggestions, normalised.
+    QStringList dismissedWordSuggestions() const;
+    void dismissWordSuggestions(const QStringList& words);
+    static QString normalisedSuggestionWord(const QString& word);
+
+    // Replaces each trigger said as its own words by its expansion.
+    QString expandSnippet(const QString& text) const;
+    static QString expandSnippet(const QString& text, const QList<VoiceSnippet>& matching);
+
+    // Scalar choices; each getter gives its default when the key is absent or unreadable.
+    DictationStyle dictationStyle() const;
+    void setDictationStyle(DictationStyle style);
+    DictationLanguage dictationLanguage() const;
+    void setDictationLanguage(DictationLanguage language);
+    bool replyAssist() const;
+    void setReplyAssist(bool on);
+    bool conversationContextAssist() const;
+    void setConversationContextAssist(bool on);
+    bool fieldMicrophoneEnabled() const;
+    void setFieldMicrophoneEnabled(bool on);
+    DictationShortcut dictationShortcut() const;
+    void setDictationShortcut(const DictationShortcut& shortcut);
+    std::optional<DictationShortcut> notesRecordingShortcut() const;
+    void setNotesRecordingShortcut(const std::optional<DictationShortcut>& shortcut);
+    RecordingDuration recordingDuration() const;
+    void setRecordingDuration(RecordingDuration duration);
+    DictationModel dictationModel() const;
+    void setDictationModel(DictationModel model);
+    bool allowModelFallback() const;
+    void setAllowModelFallback(bool on);
+    bool reviewArchiveEnabled() const;
+    void setReviewArchiveEnabled(bool on);
+    bool configuredLaunchAtLogin() const;
+    void setConfiguredLaunchAtLogin(bool on);
+
+    // The defaults the getters fall back to.
+    static constexpr RecordingDuration defaultRecordingDuration = RecordingDuration::ten;
+    static constexpr DictationModel defaultDictationModel = DictationModel::hosted;
+    static constexpr bool defaultAllowModelFallback = true;
+    static constexpr bool defaultFieldMicrophoneEnabled = false;
+
+    static QList<PersonalDictionaryEntry> normalised(const QList<PersonalDictionaryEntry>& entries);
+
+    // The stored forms of the lists. A list that is not JSON, or not an array,
+    // is empty; an element that does not decode costs only itself.
+    template <typename T>
+    static QList<T> decodeList(const QByteArray& bytes);
+    // The legacy dictionary: an array of spellings, each made a new entry.
+    static QList<PersonalDictionaryEntry> decodeLegacyDictionary(const QByteArray& bytes);
+
+private:
+    template <typename T>
+    QList<T> readList(const QString& key) const;
+    template <typename T>
+    void writeList(const QString& key, const QList<T>& list) const;
+    void writeDictionary(const QList<PersonalDictionaryEntry>& entries) const;
+    void writeHistory(QList<TranscriptEntry> entries) const;
+
+    UserDefaults& store;
+    std::function<QDateTime()> now;
+};
+
+template <typename T>
+QList<T> AppDataStore::decodeList(const QByteArray& bytes) {
+    QList<T> list;
+    const auto json = parseJson(bytes);
+    if (!json || !json->is_array())
+        return list;
+    for (const auto& element : *json) {
+        try {
+            list.append(element.template get<T>());
+        } catch (const nlohmann::json::exception&) {
+        } catch (const std::invalid_argument&) {
+        }
+    }
+    return list;
+}
+
+} // namespace quendra

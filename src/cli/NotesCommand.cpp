@@ -1,11 +1,224 @@
 #include "CommandSupport.h"
 
+#include "notes/NoteAssembly.h"
+#include "notes/NotesStore.h"
+#include "notes/SpeakerNameSuggester.h"
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
+namespace {
+
+QString clock(qint64 ms) {
+    const qint64 s = std::max<qint64>(0, ms) / 1000;
+    return u"%1:%2:%3"_s.arg(s / 3600, 2, 10, QChar(u'0'))
+        .arg(s / 60 % 60, 2, 10, QChar(u'0'))
+        .arg(s % 60, 2, 10, QChar(u'0'));
+}
+
+// Resolves the ID argument to a stored note, or prints why it cannot.
+std::optional<Note> findNote(Invocation& in, NotesStore& store, int* status) {
+    QList<QUuid> ids;
+    for (const Note& note : store.loadAll())
+        ids << note.id;
+    const QString text = in.positionals()[0];
+    const auto [lookup, id] = findIdentifier(text, ids);
+    switch (lookup) {
+    case IdLookup::malformed:
+        *status = in.usageError(u"“%1” is not a note identifier"_s.arg(text));
+        return std::nullopt;
+    case IdLookup::ambiguous:
+        *status = in.usageError(u"“%1” starts more than one note identifier"_s.arg(text));
+        return std::nullopt;
+    case IdLookup::missing:
+        *status = in.failure(u"No note has the identifier %1."_s.arg(text));
+        return std::nullopt;
+    case IdLookup::found:
+        break;
+    }
+    auto note = store.load(id);
+    if (!note)
+        *status = in.failure(u"The note %1 could not be read."_s.arg(text));
+    return note;
+}
+
+void printTurns(QTextStream& out, const Note& note) {
+    for (const NoteTurn& turn : note.turns) {
+        QString name = note.displayName(turn.speaker);
+        if (name.isEmpty())
+            name = turn.speaker;
+        out << u"["_s << clock(turn.startMs) << u"] "_s << name << u": "_s << turn.text << u"\n"_s;
+    }
+    out.flush();
+}
+
+int listNotes(Invocation& in) {
+    NotesStore store;
+    const QList<Note> notes = store.loadAll();
+    if (in.flag(u"json"_s)) {
+        in.out << QString::fromUtf8(jsonBytes(Json(notes), 2)) << Qt::endl;
+        return 0;
+    }
+    if (notes.isEmpty())
+        in.out << u"You have no notes."_s << Qt::endl;
+    for (const Note& note : notes) {
+        in.out << uuidText(note.id).left(8) << u"  "_s << displayDate(note.createdAt) << u"  "_s
+               << clock(note.durationMs) << u"  "_s
+               << rawValue(note.state).toString().leftJustified(11) << u" "_s << note.title
+               << u" — "_s << note.sourceDescription() << Qt::endl;
+    }
+    return 0;
+}
+
+int showNote(Invocation& in) {
+    NotesStore store;
+    int status = 0;
+    const auto note = findNote(in, store, &status);
+    if (!note)
+        return status;
+    if (in.flag(u"json"_s)) {
+        in.out << QString::fromUtf8(jsonBytes(Json(*note), 2)) << Qt::endl;
+        return 0;
+    }
+    in.out << u"Title: "_s << note->title << u"\nIdentifier: "_s << uuidText(note->id)
+           << u"\nCreated: "_s << displayDate(note->createdAt) << u"\nLength: "_s
+           << clock(note->durationMs) << u"\nState: "_s << rawValue(note->state).toString()
+           << u"\nSource: "_s << note->sourceDescription() << u"\nSections: "_s
+           << note->completedSections() << u" of "_s << note->sections.size()
+           << u" transcribed\nTurns: "_s << note->turns.size()
+           << (note->turnsFinal ? u" (final)"_s : u""_s) << u"\n"_s;
+    if (!note->message.isEmpty())
+        in.out << u"Message: "_s << note->message << u"\n"_s;
+    if (const auto audio = store.playbackPath(*note))
+        in.out << u"Audio: "_s << *audio << u"\n"_s;
+    for (const NoteHighlight& h : note->highlights)
+        in.out << u"Highlight at "_s << clock(h.atMs)
+               << (h.label.isEmpty() ? u""_s : u": "_s + h.label) << u"\n"_s;
+    if (!note->preview().isEmpty())
+        in.out << u"\n"_s << note->preview() << u"\n"_s;
+    in.out.flush();
+    return 0;
+}
+
+int transcript(Invocation& in) {
+    NotesStore store;
+    int status = 0;
+    const auto note = findNote(in, store, &status);
+    if (!note)
+        return status;
+    if (note->turns.isEmpty())
+        return in.failure(u"This note has no transcript yet."_s);
+    printTurns(in.out, *note);
+    return 0;
+}
+
+int names(Invocation& in) {
+    NotesStore store;
+    int status = 0;
+    const auto note = findNote(in, store, &status);
+    if (!note)
+        return status;
+    const auto suggestions = SpeakerNameSuggester::suggestions(*note);
+    if (in.flag(u"json"_s)) {
+        Json list = Json::array();
+        for (const auto& s : suggestions)
+            list.push_back(Json{{"speaker", s.speaker},
+                                {"name", s.name},
+                                {"order", s.order},
+                                {"score", s.score},
+                                {"introduced", s.introduced},
+                                {"quote", s.quote},
+                                {"startMs", s.startMs},
+                                {"key", s.key()}});
+        in.out << QString::fromUtf8(jsonBytes(list, 2)) << Qt::endl;
+        return 0;
+    }
+    if (suggestions.isEmpty())
+        in.out << (note->source == NoteSource::call
+                       ? u"No names were found in this call’s transcript."_s
+                       : u"Names are suggested for calls only."_s)
+               << Qt::endl;
+    for (const auto& s : suggestions)
+        in.out << note->displayName(s.speaker) << u" → "_s << s.name << u"  ["_s << clock(s.startMs)
+               << u"] “"_s << s.quote << u"”"_s << Qt::endl;
+    return 0;
+}
+
+int recover(Invocation& in) {
+    NotesStore store;
+    const QList<Note> recovered = store.recoverInterrupted();
+    if (recovered.isEmpty())
+        in.out << u"No note was left recording."_s << Qt::endl;
+    for (const Note& note : recovered)
+        in.out << u"Recovered “%1” (%2 of audio)."_s.arg(note.title, clock(note.durationMs))
+               << Qt::endl;
+    return 0;
+}
+
+int assemble(Invocation& in) {
+    NotesStore store;
+    int status = 0;
+    const auto note = findNote(in, store, &status);
+    if (!note)
+        return status;
+    const auto assembled = NoteAssembly::run(store, note->id);
+    if (!assembled)
+        return in.failure(assembled.error().message);
+    printTurns(in.out, *assembled);
+    return 0;
+}
+
+} // namespace
+
 int runNotesCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
-    return dispatch(u"notes"_s, {}, arguments, out, err);
+    const QList<Subcommand> subcommands{
+        {u"list"_s,
+         {u"notes list [--json]"_s,
+          u"Lists your notes, newest first; --json prints the stored records."_s},
+         0,
+         {u"json"_s},
+         {},
+         listNotes},
+        {u"show"_s,
+         {u"notes show ID [--json]"_s,
+          u"Shows one note; ID is its identifier or the first characters of it."_s},
+         1,
+         {u"json"_s},
+         {},
+         showNote},
+        {u"transcript"_s,
+         {u"notes transcript ID"_s,
+          u"Prints the note’s transcript: each turn with its speaker and time."_s},
+         1,
+         {},
+         {},
+         transcript},
+        {u"names"_s,
+         {u"notes names ID [--json]"_s,
+          u"Suggests people’s names for the two speakers of a call, from what they say."_s},
+         1,
+         {u"json"_s},
+         {},
+         names},
+        {u"recover"_s,
+         {u"notes recover"_s,
+          u"Repairs notes left recording when Parlevo quit, as start-up does, and marks them\n"
+          "interrupted; their audio is kept."_s},
+         0,
+         {},
+         {},
+         recover},
+        {u"assemble"_s,
+         {u"notes assemble ID"_s,
+          u"Builds the final speaker turns of a note whose sections are all transcribed,\n"
+          "stores them and prints the transcript."_s},
+         1,
+         {},
+         {},
+         assemble},
+    };
+    return dispatch(u"notes"_s, subcommands, arguments, out, err);
 }
 
 } // namespace quendra

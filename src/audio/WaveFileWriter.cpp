@@ -1,0 +1,182 @@
+#include "audio/WaveFileWriter.h"
+
+#include <QFile>
+#include <QtEndian>
+
+#include <algorithm>
+#include <bit>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace quendra {
+
+namespace {
+
+QString failure(const QString& what, const QString& path, int error) {
+    return u"%1 %2: %3"_s.arg(what, path, QString::fromLocal8Bit(std::strerror(error)));
+}
+
+int openFile(const QString& path, int flags) {
+    const QByteArray native = QFile::encodeName(path);
+    int fd;
+    do {
+        fd = ::open(native.constData(), flags | O_CLOEXEC, 0600);
+    } while (fd < 0 && errno == EINTR);
+    return fd;
+}
+
+// Returns 0 or the errno of the failed write; partial writes are continued.
+int writeAll(int fd, const char* data, qint64 size, std::optional<qint64> offset = {}) {
+    while (size > 0) {
+        const ssize_t n = offset ? ::pwrite(fd, data, size_t(size), off_t(*offset))
+                                 : ::write(fd, data, size_t(size));
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            return errno;
+        }
+        if (n == 0)
+            return ENOSPC;
+        data += n;
+        size -= n;
+        if (offset)
+            *offset += n;
+    }
+    return 0;
+}
+
+int syncFile(int fd) {
+    return ::fdatasync(fd) == 0 ? 0 : errno;
+}
+
+} // namespace
+
+QByteArray WaveFileWriter::header(qint64 dataBytes) {
+    // The size fields are 32-bit; a longer file keeps the largest they can say.
+    const auto count =
+        quint32(std::clamp<qint64>(dataBytes, 0, std::numeric_limits<quint32>::max() - 36));
+    QByteArray bytes(headerBytes, '\0');
+    char* p = bytes.data();
+    std::memcpy(p, "RIFF", 4);
+    qToLittleEndian<quint32>(36 + count, p + 4);
+    std::memcpy(p + 8, "WAVEfmt ", 8);
+    qToLittleEndian<quint32>(16, p + 16);
+    qToLittleEndian<quint16>(1, p + 20);
+    qToLittleEndian<quint16>(1, p + 22);
+    qToLittleEndian<quint32>(sampleRate, p + 24);
+    qToLittleEndian<quint32>(bytesPerSecond, p + 28);
+    qToLittleEndian<quint16>(2, p + 32);
+    qToLittleEndian<quint16>(16, p + 34);
+    std::memcpy(p + 36, "data", 4);
+    qToLittleEndian<quint32>(count, p + 40);
+    return bytes;
+}
+
+std::expected<WaveFileWriter, QString> WaveFileWriter::create(const QString& path) {
+    const int fd = openFile(path, O_WRONLY | O_CREAT | O_TRUNC);
+    if (fd < 0)
+        return std::unexpected(failure(u"Could not create"_s, path, errno));
+    WaveFileWriter writer(fd, path);
+    const QByteArray empty = header(0);
+    if (const int error = writeAll(fd, empty.constData(), empty.size()))
+        return std::unexpected(failure(u"Could not write"_s, path, error));
+    return writer;
+}
+
+std::expected<qint64, QString> WaveFileWriter::repair(const QString& path) {
+    const int fd = openFile(path, O_RDWR);
+    if (fd < 0)
+        return std::unexpected(failure(u"Could not open"_s, path, errno));
+    struct stat status {};
+    int error = ::fstat(fd, &status) == 0 ? 0 : errno;
+    const qint64 count = std::max<qint64>(0, qint64(status.st_size) - headerBytes) & ~qint64(1);
+    if (!error && ::ftruncate(fd, off_t(headerBytes + count)) != 0)
+        error = errno;
+    if (!error) {
+        const QByteArray bytes = header(count);
+        error = writeAll(fd, bytes.constData(), bytes.size(), 0);
+    }
+    if (!error)
+        error = syncFile(fd);
+    ::close(fd);
+    if (error)
+        return std::unexpected(failure(u"Could not repair"_s, path, error));
+    return count * 1000 / bytesPerSecond;
+}
+
+WaveFileWriter::WaveFileWriter(int fd, QString path)
+    : fd(fd)
+    , path(std::move(path)) {}
+
+WaveFileWriter::WaveFileWriter(WaveFileWriter&& other) noexcept
+    : fd(std::exchange(other.fd, -1))
+    , path(std::move(other.path))
+    , bytes(other.bytes) {}
+
+WaveFileWriter& WaveFileWriter::operator=(WaveFileWriter&& other) noexcept {
+    if (this != &other) {
+        abandon();
+        fd = std::exchange(other.fd, -1);
+        path = std::move(other.path);
+        bytes = other.bytes;
+    }
+    return *this;
+}
+
+WaveFileWriter::~WaveFileWriter() {
+    (void)close();
+}
+
+std::expected<void, QString> WaveFileWriter::write(std::span<const qint16> samples) {
+    if (fd < 0)
+        return std::unexpected(u"%1 is closed"_s.arg(path));
+    const char* data = reinterpret_cast<const char*>(samples.data());
+    std::vector<qint16> swapped;
+    if constexpr (std::endian::native != std::endian::little) {
+        swapped.resize(samples.size());
+        qToLittleEndian<qint16>(samples.data(), qsizetype(samples.size()), swapped.data());
+        data = reinterpret_cast<const char*>(swapped.data());
+    }
+    const qint64 size = qint64(samples.size_bytes());
+    if (const int error = writeAll(fd, data, size))
+        return std::unexpected(failure(u"Could not write"_s, path, error));
+    bytes += size;
+    return {};
+}
+
+std::expected<void, QString> WaveFileWriter::checkpoint() {
+    if (fd < 0)
+        return std::unexpected(u"%1 is closed"_s.arg(path));
+    // pwrite leaves the file offset at the end, where the next samples go.
+    const QByteArray current = header(bytes);
+    int error = writeAll(fd, current.constData(), current.size(), 0);
+    if (!error)
+        error = syncFile(fd);
+    if (error)
+        return std::unexpected(failure(u"Could not save"_s, path, error));
+    return {};
+}
+
+std::expected<void, QString> WaveFileWriter::close() {
+    if (fd < 0)
+        return {};
+    auto result = checkpoint();
+    if (::close(std::exchange(fd, -1)) != 0 && result)
+        result = std::unexpected(failure(u"Could not close"_s, path, errno));
+    return result;
+}
+
+void WaveFileWriter::abandon() {
+    if (fd >= 0)
+        ::close(std::exchange(fd, -1));
+}
+
+} // namespace quendra

@@ -1,0 +1,359 @@
+#include "Note.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+namespace quendra {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Dates outside what any calendar view can show are treated as malformed.
+constexpr qint64 maxDateMs = 8'640'000'000'000'000;
+constexpr qsizetype previewLength = 160;
+
+// A list field whose broken elements are dropped one by one, so one damaged
+// turn or word never costs the rest of the transcript. None when the field is
+// missing or not an array.
+template <typename T>
+std::optional<QList<T>> lenientList(const Json& object, std::string_view key) {
+    auto it = object.find(key);
+    if (it == object.end() || !it->is_array())
+        return std::nullopt;
+    QList<T> result;
+    result.reserve(static_cast<qsizetype>(it->size()));
+    for (const Json& element : *it) {
+        try {
+            result.append(element.template get<T>());
+        } catch (const nlohmann::json::exception&) {
+        } catch (const std::invalid_argument&) {
+        }
+    }
+    return result;
+}
+
+const Json* objectField(const Json& object, std::string_view key) {
+    auto it = object.find(key);
+    return it != object.end() && it->is_object() ? &*it : nullptr;
+}
+
+QString keyText(const std::string& key) {
+    return QString::fromStdString(key);
+}
+
+QStringList stringList(const Json& object, std::string_view key) {
+    QStringList result;
+    auto it = object.find(key);
+    if (it == object.end() || !it->is_array())
+        return result;
+    for (const Json& element : *it)
+        if (element.is_string())
+            result.append(QString::fromStdString(element.get<std::string>()));
+    return result;
+}
+
+int intIndex(qint64 value) {
+    if (value < std::numeric_limits<int>::min() || value > std::numeric_limits<int>::max())
+        throw std::invalid_argument("index out of range");
+    return static_cast<int>(value);
+}
+
+void collectStrings(const Json& j, QStringList& out) {
+    if (j.is_string())
+        out.append(QString::fromStdString(j.get<std::string>()));
+    else if (j.is_structured())
+        for (const Json& element : j)
+            collectStrings(element, out);
+}
+
+// Case- and accent-blind form: compatibility decomposition, marks dropped,
+// then case folding ("Café" and "CAFE" both become "cafe").
+QString searchForm(const QString& text) {
+    const QString decomposed = text.normalized(QString::NormalizationForm_KD);
+    QString stripped;
+    stripped.reserve(decomposed.size());
+    for (QChar c : decomposed)
+        if (!c.isMark())
+            stripped.append(c);
+    return stripped.toCaseFolded();
+}
+
+struct AppName {
+    QStringView id;
+    QStringView name;
+};
+
+// Identifiers as reported on macOS (bundle ids) and on Linux (desktop ids and
+// window classes), compared without case.
+constexpr AppName knownApps[] = {
+    {u"us.zoom.xos", u"Zoom"},
+    {u"us.zoom.zoom", u"Zoom"},
+    {u"zoom", u"Zoom"},
+    {u"com.microsoft.teams", u"Microsoft Teams"},
+    {u"com.microsoft.teams2", u"Microsoft Teams"},
+    {u"teams-for-linux", u"Microsoft Teams"},
+    {u"com.github.ismaelmartinez.teams_for_linux", u"Microsoft Teams"},
+    {u"com.tinyspeck.slackmacgap", u"Slack"},
+    {u"com.slack.slack", u"Slack"},
+    {u"slack", u"Slack"},
+    {u"com.hnc.discord", u"Discord"},
+    {u"com.discordapp.discord", u"Discord"},
+    {u"discord", u"Discord"},
+    {u"com.apple.facetime", u"FaceTime"},
+    {u"com.cisco.webexmeetingsapp", u"Webex"},
+    {u"cisco-systems.spark", u"Webex"},
+    {u"webex", u"Webex"},
+    {u"net.whatsapp.whatsapp", u"WhatsApp"},
+    {u"com.skype.skype", u"Skype"},
+    {u"com.skype.client", u"Skype"},
+    {u"skype", u"Skype"},
+    {u"ru.keepcoder.telegram", u"Telegram"},
+    {u"org.telegram.desktop", u"Telegram"},
+    {u"telegram-desktop", u"Telegram"},
+    {u"org.jitsi.jitsi-meet", u"Jitsi Meet"},
+};
+
+// Web hosts match themselves and their subdomains.
+constexpr AppName knownHosts[] = {
+    {u"meet.google.com", u"Google Meet"},
+    {u"teams.microsoft.com", u"Microsoft Teams"},
+    {u"teams.live.com", u"Microsoft Teams"},
+    {u"zoom.us", u"Zoom"},
+    {u"app.slack.com", u"Slack"},
+    {u"discord.com", u"Discord"},
+    {u"webex.com", u"Webex"},
+    {u"web.whatsapp.com", u"WhatsApp"},
+    {u"web.skype.com", u"Skype"},
+    {u"whereby.com", u"Whereby"},
+    {u"meet.jit.si", u"Jitsi Meet"},
+};
+
+} // namespace
+
+QString callAppName(const QString& sourceApp) {
+    const QString id = sourceApp.trimmed();
+    if (id.startsWith(u"web:"_s, Qt::CaseInsensitive)) {
+        QString host = id.mid(4).trimmed().toLower();
+        if (host.startsWith(u"www."_s))
+            host.remove(0, 4);
+        for (const auto& [known, name] : knownHosts)
+            if (host == known || host.endsWith(u'.' + known.toString()))
+                return name.toString();
+        return host;
+    }
+    for (const auto& [known, name] : knownApps)
+        if (known.compare(id, Qt::CaseInsensitive) == 0)
+            return name.toString();
+    // An unknown reverse-domain identifier is shown by its last part.
+    const qsizetype dot = id.lastIndexOf(u'.');
+    return dot >= 0 && dot + 1 < id.size() ? id.mid(dot + 1) : id;
+}
+
+QString Note::displayName(const QString& speaker) const {
+    const QString name = speakerNames.value(speaker).trimmed();
+    if (!name.isEmpty())
+        return name;
+    if (speaker == u"you"_s)
+        return u"You"_s;
+    if (speaker == u"them"_s)
+        return u"Computer audio"_s;
+    if (speaker == u"unclear"_s)
+        return u"Speaker unclear"_s;
+    return {};
+}
+
+int Note::completedSections() const {
+    return static_cast<int>(
+        std::ranges::count_if(sections, [](const NoteSection& s) { return s.done; }));
+}
+
+QString Note::transcriptText() const {
+    QStringList texts;
+    texts.reserve(turns.size());
+    for (const NoteTurn& turn : turns)
+        texts.append(turn.text);
+    return texts.join(u"\n\n"_s);
+}
+
+QString Note::preview() const {
+    QString text = transcriptText().simplified();
+    if (text.isEmpty()) {
+        // Before turns are assembled, the transcribed sections say what was heard.
+        QStringList parts;
+        for (const NoteSection& section : sections)
+            parts.append(section.transcript);
+        text = parts.join(u' ').simplified();
+    }
+    if (text.isEmpty())
+        text = message.simplified();
+    if (text.size() <= previewLength)
+        return text;
+    qsizetype cut = text.lastIndexOf(u' ', previewLength);
+    if (cut < previewLength / 2)
+        cut = previewLength;
+    if (text.at(cut).isLowSurrogate())
+        --cut;
+    return text.left(cut).trimmed() + u'…';
+}
+
+QString Note::sourceDescription() const {
+    if (source == NoteSource::room)
+        return u"Microphone only"_s;
+    const QString app = sourceApp ? callAppName(*sourceApp) : QString();
+    return app.isEmpty() ? u"Call"_s : u"Call · "_s + app;
+}
+
+bool Note::matches(const QString& search) const {
+    const QStringList terms = searchForm(search).split(u' ', Qt::SkipEmptyParts);
+    QStringList texts{title, sourceDescription()};
+    if (turns.isEmpty())
+        for (const NoteSection& section : sections)
+            texts.append(section.transcript);
+    else
+        texts.append(transcriptText());
+    if (summary)
+        collectStrings(*summary, texts);
+    for (const NoteHighlight& highlight : highlights)
+        texts.append(highlight.label);
+    texts.append(speakerNames.values());
+    // Terms hold no blank, so a term can never match across two fields.
+    const QString haystack = searchForm(texts.join(u'\n'));
+    return std::ranges::all_of(terms, [&](const QString& term) { return haystack.contains(term); });
+}
+
+void to_json(Json& j, const NoteSection& s) {
+    j = Json{{"index", s.index},   {"startMs", s.startMs}, {"endMs", s.endMs},
+             {"closed", s.closed}, {"done", s.done},       {"transcript", s.transcript},
+             {"words", s.words}};
+}
+
+void from_json(const Json& j, NoteSection& s) {
+    s.index = intIndex(requiredInteger(j, "index"));
+    s.startMs = integerField(j, "startMs").value_or(0);
+    s.endMs = integerField(j, "endMs").value_or(s.startMs);
+    s.closed = fieldOr<bool>(j, "closed", false);
+    s.done = fieldOr<bool>(j, "done", false);
+    s.transcript = fieldOr<QString>(j, "transcript", {});
+    s.words = lenientList<TimedWord>(j, "words").value_or(QList<TimedWord>{});
+}
+
+void to_json(Json& j, const NoteTurn& t) {
+    j = Json{{"speaker", t.speaker}, {"startMs", t.startMs}, {"endMs", t.endMs}, {"text", t.text}};
+}
+
+void from_json(const Json& j, NoteTurn& t) {
+    t.speaker = requiredField<QString>(j, "speaker");
+    t.startMs = requiredInteger(j, "startMs");
+    t.endMs = requiredInteger(j, "endMs");
+    t.text = requiredField<QString>(j, "text");
+}
+
+void to_json(Json& j, const NoteHighlight& h) {
+    j = Json{{"id", h.id}, {"atMs", h.atMs}, {"label", h.label}};
+}
+
+void from_json(const Json& j, NoteHighlight& h) {
+    h.atMs = requiredInteger(j, "atMs");
+    h.id = field<QUuid>(j, "id").value_or(QUuid::createUuid());
+    h.label = fieldOr<QString>(j, "label", {});
+}
+
+void to_json(Json& j, const Note& n) {
+    j = Json::object();
+    j["id"] = n.id;
+    j["title"] = n.title;
+    j["titleEdited"] = n.titleEdited;
+    j["createdAt"] = n.createdAt.toMSecsSinceEpoch();
+    j["durationMs"] = n.durationMs;
+    j["state"] = n.state;
+    j["source"] = n.source;
+    if (n.sourceApp)
+        j["sourceApp"] = *n.sourceApp;
+    j["message"] = n.message;
+    j["language"] = n.language;
+    j["limitMs"] = n.limitMs;
+    j["sections"] = n.sections;
+    j["turns"] = n.turns;
+    if (n.summary)
+        j["summary"] = *n.summary;
+    Json cache = Json::object();
+    for (auto it = n.summaryCache.cbegin(); it != n.summaryCache.cend(); ++it)
+        cache[it.key().toStdString()] = it.value();
+    j["summaryCache"] = std::move(cache);
+    j["highlights"] = n.highlights;
+    Json names = Json::object();
+    for (auto it = n.speakerNames.cbegin(); it != n.speakerNames.cend(); ++it)
+        names[it.key().toStdString()] = it.value();
+    j["speakerNames"] = std::move(names);
+    j["audioRemoved"] = n.audioRemoved;
+    if (n.audioFile)
+        j["audioFile"] = *n.audioFile;
+    j["turnsFinal"] = n.turnsFinal;
+    j["revision"] = n.revision;
+    j["summaryRefreshRequested"] = n.summaryRefreshRequested;
+    j["processingStage"] = n.processingStage;
+    if (n.originalTurns)
+        j["originalTurns"] = *n.originalTurns;
+    j["summaryNeedsRefresh"] = n.summaryNeedsRefresh;
+    j["dismissedNameSuggestions"] = n.dismissedNameSuggestions;
+}
+
+void from_json(const Json& j, Note& n) {
+    n = Note{};
+    n.id = requiredField<QUuid>(j, "id");
+    n.title = fieldOr<QString>(j, "title", Note::defaultTitle());
+    n.titleEdited = fieldOr<bool>(j, "titleEdited", false);
+    if (auto ms = integerField(j, "createdAt"); ms && *ms >= -maxDateMs && *ms <= maxDateMs)
+        n.createdAt = QDateTime::fromMSecsSinceEpoch(*ms, Qt::UTC);
+    n.durationMs = integerField(j, "durationMs").value_or(0);
+    n.state = fieldOr<NoteState>(j, "state", NoteState::interrupted);
+    n.source = fieldOr<NoteSource>(j, "source", NoteSource::room);
+    n.sourceApp = field<QString>(j, "sourceApp");
+    n.message = fieldOr<QString>(j, "message", {});
+    n.language = fieldOr<QString>(j, "language", u"auto"_s);
+    n.limitMs = integerField(j, "limitMs").value_or(Note::defaultLimitMs);
+    n.sections = lenientList<NoteSection>(j, "sections").value_or(QList<NoteSection>{});
+    n.turns = lenientList<NoteTurn>(j, "turns").value_or(QList<NoteTurn>{});
+    if (const Json* summary = objectField(j, "summary"))
+        n.summary = *summary;
+    if (const Json* cache = objectField(j, "summaryCache"))
+        for (const auto& [key, value] : cache->items())
+            if (value.is_object())
+                n.summaryCache.insert(keyText(key), value);
+    n.highlights = lenientList<NoteHighlight>(j, "highlights").value_or(QList<NoteHighlight>{});
+    if (const Json* names = objectField(j, "speakerNames"))
+        for (const auto& [key, value] : names->items())
+            if (value.is_string())
+                n.speakerNames.insert(keyText(key),
+                                      QString::fromStdString(value.get<std::string>()));
+    n.audioRemoved = fieldOr<bool>(j, "audioRemoved", false);
+    n.audioFile = field<QString>(j, "audioFile");
+    n.turnsFinal = fieldOr<bool>(j, "turnsFinal", false);
+    n.revision = integerField(j, "revision").value_or(0);
+    n.summaryRefreshRequested = fieldOr<bool>(j, "summaryRefreshRequested", false);
+    n.processingStage = fieldOr<QString>(j, "processingStage", {});
+    n.originalTurns = lenientList<NoteTurn>(j, "originalTurns");
+    n.summaryNeedsRefresh = fieldOr<bool>(j, "summaryNeedsRefresh", false);
+    n.dismissedNameSuggestions = stringList(j, "dismissedNameSuggestions");
+}
+
+std::optional<Note> decodeNote(const QByteArray& bytes) {
+    const std::optional<Json> j = parseJson(bytes);
+    if (!j || !j->is_object())
+        return std::nullopt;
+    try {
+        return j->get<Note>();
+    } catch (const nlohmann::json::exception&) {
+        return std::nullopt;
+    } catch (const std::invalid_argument&) {
+        return std::nullopt;
+    }
+}
+
+QByteArray encodeNote(const Note& note) {
+    return jsonBytes(Json(note), 2);
+}
+
+} // namespace quendra

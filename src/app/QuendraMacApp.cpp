@@ -1,6 +1,7 @@
 #include "QuendraMacApp.h"
 
 #include "model/WritingSurface.h"
+#include "notes/NotesStore.h"
 
 #include <QApplication>
 #include <QMenu>
@@ -46,6 +47,11 @@ QuendraMacApp::QuendraMacApp(QStringList arguments, QObject* parent)
 QuendraMacApp::~QuendraMacApp() = default;
 
 bool QuendraMacApp::start() {
+    // Notes left recording by a previous run become interrupted notes whose
+    // audio can still be processed.
+    for (const Note& note : NotesStore().recoverInterrupted())
+        qInfo("parlevo: recovered the interrupted note %s", qPrintable(uuidText(note.id)));
+
     const QIcon icon = microphoneIcon();
     QApplication::setWindowIcon(icon);
 

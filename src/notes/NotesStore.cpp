@@ -1,6 +1,7 @@
 #include "NotesStore.h"
 
 #include "audio/WaveFileWriter.h"
+#include "model/AppPaths.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -20,8 +21,6 @@ namespace {
 Q_LOGGING_CATEGORY(notesLog, "com.orvane.quendra.mac.notes")
 
 const QString noteFileName = u"note.json"_s;
-constexpr QFile::Permissions folderPermissions =
-    QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
 constexpr QFile::Permissions filePermissions = QFile::ReadOwner | QFile::WriteOwner;
 
 NotesStoreError notFound() {
@@ -32,41 +31,13 @@ NotesStoreError notSaved(const QString& directory) {
     return {u"The note could not be saved in %1."_s.arg(directory)};
 }
 
-// Creates the folder and any missing parents, each private to the user.
-bool makePrivateFolder(const QString& path) {
-    const QString clean = QDir::cleanPath(path);
-    QStringList missing;
-    QString current = clean;
-    while (!current.isEmpty() && !QFileInfo::exists(current)) {
-        missing.prepend(current);
-        const QString parent = QFileInfo(current).path();
-        if (parent == current)
-            break;
-        current = parent;
-    }
-    const QDir dir;
-    for (const QString& folder : missing)
-        if (!dir.mkdir(folder, folderPermissions) && !QFileInfo(folder).isDir())
-            return false;
-    return QFileInfo(clean).isDir() && QFile::setPermissions(clean, folderPermissions);
-}
-
 } // namespace
 
 NotesStore::NotesStore(std::optional<QString> root)
     : rootPath(root ? QDir::cleanPath(*root) : defaultRoot())
     , reviewOn(!root) {}
 
-QString NotesStore::defaultRoot() {
-    // A relative XDG_DATA_HOME is invalid by the base-directory rules.
-    QString base = qEnvironmentVariable("XDG_DATA_HOME");
-    if (base.isEmpty() || QDir::isRelativePath(base)) {
-        const QString home = QDir::homePath();
-        base = home.isEmpty() || home == QDir::rootPath() ? QDir::tempPath()
-                                                          : home + u"/.local/share"_s;
-    }
-    return QDir::cleanPath(base + u"/Quendra/Notes"_s);
-}
+QString NotesStore::defaultRoot() { return applicationDataDirectory() + u"/Notes"_s; }
 
 bool NotesStore::capturesReview() const {
     std::lock_guard lock(mutex);
@@ -184,7 +155,7 @@ std::expected<void, NotesStoreError> NotesStore::write(const Note& note) {
 
 std::expected<void, NotesStoreError> NotesStore::create(const Note& note) {
     std::lock_guard lock(mutex);
-    if (!makePrivateFolder(noteDirectory(note.id)))
+    if (!makePrivateDirectory(noteDirectory(note.id)))
         return std::unexpected(
             NotesStoreError{u"The notes folder %1 could not be created."_s.arg(rootPath)});
     return write(note);

@@ -50,7 +50,7 @@ Conversation loadConversation() {
 }
 
 // Tone bursts: the microphone speaks while the computer is silent, then the
-// other side speaks and the microphone hears a quarter of it as echo.
+// other side speaks and the microphone hears nearly all of it as echo.
 void recordCall(const QString& directory, const Conversation& conversation, bool withSystem,
                 QList<SectionWriter::Section>& sections) {
     const std::size_t samples = std::size_t(callSeconds) * 16'000;
@@ -63,7 +63,7 @@ void recordCall(const QString& directory, const Conversation& conversation, bool
             microphone[i] = float(tone);
         } else if (withSystem) {
             system[i] = float(tone);
-            microphone[i] = float(0.25 * tone);
+            microphone[i] = float(0.9 * tone);
         }
     }
     auto recorded = SectionWriter::record(directory, microphone, system);

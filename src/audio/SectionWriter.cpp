@@ -366,6 +366,19 @@ bool SectionWriter::failed() const {
     return didFail;
 }
 
+void SectionWriter::feed(std::span<const float> microphone, std::span<const float> system,
+                         qsizetype blockSamples) {
+    const auto block = std::size_t(std::max<qsizetype>(1, blockSamples));
+    for (std::size_t offset = 0; offset < std::max(microphone.size(), system.size());
+         offset += block) {
+        if (offset < microphone.size())
+            appendMicrophone(
+                microphone.subspan(offset, std::min(block, microphone.size() - offset)));
+        if (offset < system.size())
+            appendSystem(system.subspan(offset, std::min(block, system.size() - offset)));
+    }
+}
+
 std::expected<QList<SectionWriter::Section>, QString>
 SectionWriter::record(const QString& directory, std::span<const float> microphone,
                       std::span<const float> system, SectionWriterConfiguration configuration,
@@ -379,15 +392,7 @@ SectionWriter::record(const QString& directory, std::span<const float> microphon
     writer.onFailure = [&](const QString& message) { failure = message; };
     if (auto started = writer.start(); !started)
         return std::unexpected(started.error());
-    const auto block = std::size_t(std::max<qsizetype>(1, blockSamples));
-    for (std::size_t offset = 0; offset < std::max(microphone.size(), system.size());
-         offset += block) {
-        if (offset < microphone.size())
-            writer.appendMicrophone(
-                microphone.subspan(offset, std::min(block, microphone.size() - offset)));
-        if (offset < system.size())
-            writer.appendSystem(system.subspan(offset, std::min(block, system.size() - offset)));
-    }
+    writer.feed(microphone, system, blockSamples);
     writer.close();
     if (failure)
         return std::unexpected(*failure);

@@ -101,6 +101,10 @@ public:
     qint64 writtenSamples() const;
     bool failed() const;
 
+    // Appends two prepared sources alternately in blocks, as live sources would.
+    void feed(std::span<const float> microphone, std::span<const float> system,
+              qsizetype blockSamples);
+
     // Writes a whole note from two prepared sources (system may be empty),
     // fed alternately in blocks as live sources would; returns the closed
     // sections.

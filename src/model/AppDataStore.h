@@ -155,18 +155,8 @@ private:
 
 template <typename T>
 QList<T> AppDataStore::decodeList(const QByteArray& bytes) {
-    QList<T> list;
     const auto json = parseJson(bytes);
-    if (!json || !json->is_array())
-        return list;
-    for (const auto& element : *json) {
-        try {
-            list.append(element.template get<T>());
-        } catch (const nlohmann::json::exception&) {
-        } catch (const std::invalid_argument&) {
-        }
-    }
-    return list;
+    return json ? decodeElements<T>(*json) : QList<T>{};
 }
 
 } // namespace quendra

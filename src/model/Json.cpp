@@ -1,6 +1,7 @@
 #include "Json.h"
 
 #include <cmath>
+#include <limits>
 
 namespace quendra {
 
@@ -63,6 +64,13 @@ qint64 requiredInteger(const Json& object, std::string_view key) {
     if (!value)
         throw std::invalid_argument("missing integer");
     return *value;
+}
+
+int requiredInt(const Json& object, std::string_view key) {
+    const qint64 value = requiredInteger(object, key);
+    if (value < std::numeric_limits<int>::min() || value > std::numeric_limits<int>::max())
+        throw std::invalid_argument("integer out of range");
+    return static_cast<int>(value);
 }
 
 } // namespace quendra

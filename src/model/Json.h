@@ -4,6 +4,7 @@
 // nlohmann::ordered_json, and lenient field readers that never throw.
 
 #include <QDateTime>
+#include <QList>
 #include <QString>
 #include <QUuid>
 
@@ -93,9 +94,29 @@ T requiredField(const Json& object, std::string_view key) {
     return std::move(*value);
 }
 
+// The elements of a JSON array that decode as T; an element that does not
+// costs only itself, never the rest of the list.
+template <typename T>
+QList<T> decodeElements(const Json& array) {
+    QList<T> list;
+    if (!array.is_array())
+        return list;
+    list.reserve(static_cast<qsizetype>(array.size()));
+    for (const auto& element : array) {
+        try {
+            list.append(element.template get<T>());
+        } catch (const nlohmann::json::exception&) {
+        } catch (const std::invalid_argument&) {
+        }
+    }
+    return list;
+}
+
 // Integers stored as JSON numbers; a float with an integral value is accepted,
 // anything else is not.
 std::optional<qint64> integerField(const Json& object, std::string_view key);
 qint64 requiredInteger(const Json& object, std::string_view key);
+// A required integer that must also fit an int.
+int requiredInt(const Json& object, std::string_view key);
 
 } // namespace quendra

@@ -22,16 +22,7 @@ std::optional<QList<T>> lenientList(const Json& object, std::string_view key) {
     auto it = object.find(key);
     if (it == object.end() || !it->is_array())
         return std::nullopt;
-    QList<T> result;
-    result.reserve(static_cast<qsizetype>(it->size()));
-    for (const Json& element : *it) {
-        try {
-            result.append(element.template get<T>());
-        } catch (const nlohmann::json::exception&) {
-        } catch (const std::invalid_argument&) {
-        }
-    }
-    return result;
+    return decodeElements<T>(*it);
 }
 
 const Json* objectField(const Json& object, std::string_view key) {
@@ -52,12 +43,6 @@ QStringList stringList(const Json& object, std::string_view key) {
         if (element.is_string())
             result.append(QString::fromStdString(element.get<std::string>()));
     return result;
-}
-
-int intIndex(qint64 value) {
-    if (value < std::numeric_limits<int>::min() || value > std::numeric_limits<int>::max())
-        throw std::invalid_argument("index out of range");
-    return static_cast<int>(value);
 }
 
 void collectStrings(const Json& j, QStringList& out) {
@@ -230,7 +215,7 @@ void to_json(Json& j, const NoteSection& s) {
 }
 
 void from_json(const Json& j, NoteSection& s) {
-    s.index = intIndex(requiredInteger(j, "index"));
+    s.index = requiredInt(j, "index");
     s.startMs = integerField(j, "startMs").value_or(0);
     s.endMs = integerField(j, "endMs").value_or(s.startMs);
     s.closed = fieldOr<bool>(j, "closed", false);

@@ -1,7 +1,5 @@
 #include "TranscriptionResult.h"
 
-#include <limits>
-
 namespace quendra {
 
 void to_json(Json& j, const TranscriptionSegment& s) {
@@ -45,10 +43,7 @@ void from_json(const Json& j, TimedWord& w) {
     w.text = requiredField<QString>(j, "text");
     w.startMs = requiredInteger(j, "startMs");
     w.endMs = requiredInteger(j, "endMs");
-    const qint64 section = requiredInteger(j, "section");
-    if (section < std::numeric_limits<int>::min() || section > std::numeric_limits<int>::max())
-        throw std::invalid_argument("section out of range");
-    w.section = static_cast<int>(section);
+    w.section = requiredInt(j, "section");
 }
 
 } // namespace quendra

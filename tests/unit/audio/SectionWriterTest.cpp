@@ -92,18 +92,6 @@ std::vector<float> constant(qint64 count, float value) {
     return std::vector<float>(std::size_t(count), value);
 }
 
-void feed(SectionWriter& writer, std::span<const float> microphone, std::span<const float> system,
-          std::size_t block) {
-    for (std::size_t offset = 0; offset < std::max(microphone.size(), system.size());
-         offset += block) {
-        if (offset < microphone.size())
-            writer.appendMicrophone(
-                microphone.subspan(offset, std::min(block, microphone.size() - offset)));
-        if (offset < system.size())
-            writer.appendSystem(system.subspan(offset, std::min(block, system.size() - offset)));
-    }
-}
-
 } // namespace
 
 TEST(SectionWriter, sectionsOverlapByTwoSecondsAndCheckpointEverySecond) {
@@ -125,7 +113,7 @@ TEST(SectionWriter, sectionsOverlapByTwoSecondsAndCheckpointEverySecond) {
             ++staleHeaders;
     };
     ASSERT_TRUE(writer.start());
-    feed(writer, microphone, system, 320);
+    writer.feed(microphone, system, 320);
     EXPECT_EQ(writer.close(), 70000);
 
     EXPECT_EQ(events.opened, (QList<std::pair<int, qint64>>{{0, 0}, {1, 28000}, {2, 56000}}));
@@ -186,7 +174,7 @@ TEST(SectionWriter, mixesWithoutWrappingAndRecordsEachSourceLevel) {
     add(system, 800, 0.0f);
     // A partial last frame is measured over its own samples.
     add(microphone, 400, 0.25f), add(system, 400, 0.0f);
-    feed(writer, microphone, system, 160);
+    writer.feed(microphone, system, 160);
     EXPECT_EQ(writer.close(), 3600 * 1000 / rate);
 
     const auto samples = samplesOf(SectionWriter::audioPath(dir.path(), 0));
@@ -208,7 +196,7 @@ TEST(SectionWriter, aSourceThatFallsSilentHoldsTheRecordingBackAtMostTheLag) {
     SectionWriter writer(dir.path(), true);
     ASSERT_TRUE(writer.start());
     const auto microphone = constant(16000, 0.5f);
-    feed(writer, microphone, {}, 320);
+    writer.feed(microphone, {}, 320);
     EXPECT_EQ(writer.writtenSamples(), 16000 - 4800);
     // A late system block pairs with the oldest microphone samples still queued.
     writer.appendSystem(constant(320, 0.25f));
@@ -232,7 +220,7 @@ TEST(SectionWriter, aSourceThatFallsSilentHoldsTheRecordingBackAtMostTheLag) {
     QTemporaryDir other;
     SectionWriter systemAhead(other.path(), true);
     ASSERT_TRUE(systemAhead.start());
-    feed(systemAhead, {}, constant(6000, 0.5f), 500);
+    systemAhead.feed({}, constant(6000, 0.5f), 500);
     EXPECT_EQ(systemAhead.writtenSamples(), 1200);
     systemAhead.close();
     // 6000 samples: seven whole frames and a partial one.
@@ -305,7 +293,7 @@ TEST(SectionWriter, aWriteFailureIsReportedOnceAndKeepsEarlierSections) {
     Events events;
     events.attach(writer);
     ASSERT_TRUE(writer.start());
-    feed(writer, microphone, system, 320);
+    writer.feed(microphone, system, 320);
     EXPECT_EQ(events.failures, QStringList{SectionWriter::writeFailureMessage()});
     EXPECT_EQ(SectionWriter::writeFailureMessage(),
               u"The recording could not be written to disk. The audio captured so far is saved."_s);
@@ -326,7 +314,7 @@ TEST(SectionWriter, aWriteFailureIsReportedOnceAndKeepsEarlierSections) {
     Events envelopeEvents;
     envelopeEvents.attach(envelopeFull);
     ASSERT_TRUE(envelopeFull.start());
-    feed(envelopeFull, constant(4000, 0.3f), {}, 320);
+    envelopeFull.feed(constant(4000, 0.3f), {}, 320);
     EXPECT_EQ(envelopeEvents.failures.size(), 1);
     EXPECT_TRUE(envelopeEvents.checkpoints.isEmpty());
     EXPECT_TRUE(envelopeEvents.closed.isEmpty());

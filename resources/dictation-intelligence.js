@@ -230,13 +230,19 @@ function isHangingFragment(token, next) {
 // A dropped filler gives its sentence end (or its opening bracket) to its
 // neighbours, never a comma: "home uh. Then" → "home. Then".
 function carryPunctuation(dropped, previous, next, tokens, index) {
+    // "need, uh, three" → "need three"; "So, um, I" keeps the comma after "So".
+    if (previous && /,/.test(dropped.trail) && /,$/.test(previous.trail) &&
+        !previous.sentenceStart)
+        previous.trail = previous.trail.slice(0, -1);
     var end = /[.!?…。！？]+/.exec(dropped.trail);
     if (end && previous) {
         previous.trail = previous.trail.replace(/[,;:\-\u2013\u2014]+$/, "");
         if (!endsSentence(previous.trail))
             previous.trail += end[0];
     }
-    if (dropped.lead !== "" && /[(\[«“"¿¡]/.test(dropped.lead) && next) {
+    // "(um)" goes whole; "(um so" leaves its bracket to "so".
+    var closes = /[)\]»”"]/.test(dropped.trail);
+    if (dropped.lead !== "" && /[(\[«“"¿¡]/.test(dropped.lead) && next && !closes) {
         tokens[index + 1] = dropped.lead.replace(/[^(\[«“"¿¡]/g, "") + tokens[index + 1];
     }
 }
@@ -534,17 +540,17 @@ function reliableDictationTranscript(text, options) {
     });
     if (words.length === 0)
         return false;
-    // One boilerplate phrase, or the same phrase repeated ("Thank you. Thank you.").
+    var joined = words.join(" ");
+    // One boilerplate phrase: kept only when it is a courtesy a person said.
     for (var i = 0; i < BOILERPLATE.length; ++i) {
-        var phrase = foldForComparison(BOILERPLATE[i]);
-        var quoted = escapeRegExp(phrase);
-        var repeated = new RegExp("^" + quoted + "(?: " + quoted + ")*$");
-        if (!repeated.test(words.join(" ")))
-            continue;
-        var once = words.join(" ") === phrase;
-        if (options.speechHeard === true && once && COURTESY[BOILERPLATE[i]] === true)
-            return true;
-        return false;
+        if (joined === foldForComparison(BOILERPLATE[i]))
+            return options.speechHeard === true && COURTESY[BOILERPLATE[i]] === true;
+    }
+    // The same phrase over and over ("Thank you. Thank you.") is never speech.
+    for (i = 0; i < BOILERPLATE.length; ++i) {
+        var quoted = escapeRegExp(foldForComparison(BOILERPLATE[i]));
+        if (new RegExp("^" + quoted + "(?: " + quoted + ")+$").test(joined))
+            return false;
     }
     return true;
 }
@@ -636,9 +642,10 @@ function capitalise(text, language, protectedWords) {
 // Openings that make a sentence a question whatever follows ("Can you …",
 // "Where is …"); "What a day" and "Do it now" are not.
 var QUESTION_OPENING = new RegExp(
-    "^(?:(?:is|are|am|was|were|do|does|did|can|could|would|should|will|shall|may|might|have|" +
+    "^(?:(?:is|are|am|was|were|does|did|can|could|would|should|will|shall|may|might|have|" +
     "has|isn't|aren't|don't|doesn't|didn't|won't|wouldn't|shouldn't|can't|couldn't)\\s+" +
     "(?:i|you|we|they|he|she|it|there|this|that|anyone|someone|everyone|anybody)|" +
+    "do\\s+(?:i|you|we|they)|" +
     "(?:who|what|when|where|why|how|which)\\s+(?:is|are|was|were|do|does|did|can|could|would|" +
     "should|will|about|if)|(?:what|where|who|how|when)['’]s)\\b",
     "i");

@@ -163,13 +163,23 @@ function missingFrom(words, other) {
     });
 }
 
+// Per style: the share of the speaker's content words that may be dropped or
+// invented (plus a few words of slack for short texts), how many more words
+// may go than come (a rewording replaces, a loss does not), and the range of
+// the answer's length against what was said.
 var SAFETY_LIMITS = {
-    exact: { dropped: 0, invented: 0, slack: 0, inventedSlack: 0, longest: 1.3, shortest: 0.8 },
-    light: { dropped: 0.15, invented: 0.15, slack: 1, inventedSlack: 0, longest: 1.5, shortest: 0.4 },
-    casual: { dropped: 0.15, invented: 0.15, slack: 1, inventedSlack: 0, longest: 1.5, shortest: 0.4 },
-    polished: { dropped: 0.35, invented: 0.35, slack: 2, inventedSlack: 2, longest: 1.7, shortest: 0.35 },
-    excited: { dropped: 0.3, invented: 0.3, slack: 2, inventedSlack: 1, longest: 1.7, shortest: 0.35 },
-    prompt: { dropped: 0.2, invented: 0.3, slack: 2, inventedSlack: 2, longest: 2.2, shortest: 0.4 },
+    exact: { dropped: 0, invented: 0, slack: 0, inventedSlack: 0, loss: 0, lossSlack: 0,
+             longest: 1.3, shortest: 0.8 },
+    light: { dropped: 0.15, invented: 0.15, slack: 1, inventedSlack: 0, loss: 0.1, lossSlack: 1,
+             longest: 1.5, shortest: 0.4 },
+    casual: { dropped: 0.15, invented: 0.15, slack: 1, inventedSlack: 0, loss: 0.1, lossSlack: 1,
+              longest: 1.5, shortest: 0.4 },
+    polished: { dropped: 0.35, invented: 0.35, slack: 2, inventedSlack: 2, loss: 0.2, lossSlack: 1,
+                longest: 1.7, shortest: 0.35 },
+    excited: { dropped: 0.3, invented: 0.3, slack: 2, inventedSlack: 1, loss: 0.2, lossSlack: 1,
+               longest: 1.7, shortest: 0.35 },
+    prompt: { dropped: 0.2, invented: 0.3, slack: 2, inventedSlack: 2, loss: 0.1, lossSlack: 1,
+              longest: 2.2, shortest: 0.4 },
 };
 
 function cleanupIsSafeForMode(rawTranscript, candidate, mode) {
@@ -181,7 +191,8 @@ function cleanupIsSafeForMode(rawTranscript, candidate, mode) {
         return false;
     if (ASSISTANT_OPENING.test(text) && !ASSISTANT_OPENING.test(raw))
         return false;
-    var fillers = fillerSet("auto");
+    // Exact keeps fillers, so a model that drops them has dropped words.
+    var fillers = style === "exact" ? {} : fillerSet("auto");
     var said = contentWords(raw, fillers);
     var written = contentWords(text, fillers);
     if (style === "prompt")
@@ -206,6 +217,8 @@ function cleanupIsSafeForMode(rawTranscript, candidate, mode) {
     if (dropped.length > limits.slack + Math.floor(limits.dropped * saidCount))
         return false;
     if (invented.length > limits.inventedSlack + Math.floor(limits.invented * writtenCount))
+        return false;
+    if (dropped.length - invented.length > limits.lossSlack + Math.floor(limits.loss * saidCount))
         return false;
     if (inventsNames(text, invented))
         return false;

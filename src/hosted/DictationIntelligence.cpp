@@ -179,6 +179,9 @@ std::expected<DictationIntelligence::Engine*, TranscriptionServiceError>
 DictationIntelligence::engine() {
     if (built)
         return built.get();
+    if (!QCoreApplication::instance())
+        return std::unexpected(
+            Failure::bridgeUnavailable(u"Text finishing needs the application to be running."_s));
     // A failed build is not kept: a later call finds scripts put back meanwhile.
     auto fresh = std::make_unique<Engine>();
     const QString folder = directory.isEmpty() ? defaultResourceDirectory() : directory;
@@ -227,12 +230,18 @@ DictationIntelligence::finish(const QString& rawTranscript, const FinishingConte
     if (!reliable->toBool())
         return FinishedText{{}, {}, false, false};
 
-    auto cleaned =
-        invokeText(js, u"cleanSpeechDisfluencies"_s, {QJSValue(*prepared), scriptOptions});
+    // Words go in before and after the disfluency pass: before, so that a
+    // spoken form with a doubled word ("c plus plus") is not taken for a
+    // stutter; after, so that one split by a filler ("cube um and eighties")
+    // is found once the filler is gone.
+    const QJSValue dictionary = scriptOptions.property(u"dictionary"_s);
+    auto early = invokeText(js, u"applyPreferredSpellings"_s, {QJSValue(*prepared), dictionary});
+    if (!early)
+        return std::unexpected(early.error());
+    auto cleaned = invokeText(js, u"cleanSpeechDisfluencies"_s, {QJSValue(*early), scriptOptions});
     if (!cleaned)
         return std::unexpected(cleaned.error());
-    auto spelled = invokeText(js, u"applyPreferredSpellings"_s,
-                              {QJSValue(*cleaned), scriptOptions.property(u"dictionary"_s)});
+    auto spelled = invokeText(js, u"applyPreferredSpellings"_s, {QJSValue(*cleaned), dictionary});
     if (!spelled)
         return std::unexpected(spelled.error());
     auto named =

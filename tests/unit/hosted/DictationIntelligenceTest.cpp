@@ -1,0 +1,196 @@
+#include "hosted/DictationIntelligence.h"
+#include "support/CoreApplication.h"
+#include "support/TestSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace quendra;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString sources = QStringLiteral(QUENDRA_RESOURCES);
+
+// Every test here needs the application object before its first engine.
+class WithApplication : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { ensureCoreApplication(); }
+};
+class DictationIntelligenceBridge : public WithApplication {};
+class DictationIntelligenceCleanupMessages : public WithApplication {};
+class DictationIntelligenceFinish : public WithApplication {};
+
+// A copy of the scripts that a test may break.
+class ScriptCopy {
+public:
+    ScriptCopy() {
+        for (const QString& name :
+             {DictationIntelligence::intelligenceScript, DictationIntelligence::promptsScript})
+            QFile::copy(QDir(sources).filePath(name), dir.filePath(name));
+    }
+    QString path() const { return dir.path(); }
+    void remove(const QString& name) { QFile::remove(dir.filePath(name)); }
+    void restore(const QString& name) {
+        QFile::copy(QDir(sources).filePath(name), dir.filePath(name));
+    }
+    void append(const QString& name, const QString& code) {
+        QFile file(dir.filePath(name));
+        ASSERT_TRUE(file.open(QIODevice::Append));
+        file.write(code.toUtf8());
+    }
+
+private:
+    QTemporaryDir dir;
+};
+
+bool isBridgeFailure(const TranscriptionServiceError& e) {
+    return e.kind == TranscriptionServiceError::Kind::bridgeUnavailable &&
+           e.message().endsWith(u'.') && !e.message().isEmpty();
+}
+
+} // namespace
+
+TEST_F(DictationIntelligenceBridge, aMissingScriptIsReportedAndLaterFound) {
+    ScriptCopy copy;
+    copy.remove(DictationIntelligence::promptsScript);
+    DictationIntelligence intelligence(copy.path());
+    const auto failed = intelligence.finish(u"hello there"_s, {});
+    ASSERT_FALSE(failed);
+    EXPECT_TRUE(isBridgeFailure(failed.error()));
+    EXPECT_TRUE(failed.error().message().contains(u"“dictation-prompts.js” is missing"_s))
+        << failed.error().message().toStdString();
+    EXPECT_FALSE(intelligence.cleanupIsSafeForMode(u"a"_s, u"a"_s, DictationStyle::clean));
+
+    // A failed build is not remembered: the script put back is used.
+    copy.restore(DictationIntelligence::promptsScript);
+    const auto finished = intelligence.finish(u"hello there"_s, {});
+    ASSERT_TRUE(finished) << finished.error().message().toStdString();
+    EXPECT_EQ(finished->transcript, u"Hello there."_s);
+}
+
+TEST_F(DictationIntelligenceBridge, aSyntaxErrorNamesTheScriptAndLine) {
+    ScriptCopy copy;
+    copy.append(DictationIntelligence::intelligenceScript, u"\nfunction broken( {\n"_s);
+    DictationIntelligence intelligence(copy.path());
+    const auto failed = intelligence.call(u"detectWritingSurface"_s, Json::array({"slack"}));
+    ASSERT_FALSE(failed);
+    EXPECT_TRUE(isBridgeFailure(failed.error()));
+    EXPECT_TRUE(
+        failed.error().message().contains(u"“dictation-intelligence.js” could not be loaded"_s));
+    EXPECT_TRUE(failed.error().message().contains(u"SyntaxError"_s))
+        << failed.error().message().toStdString();
+}
+
+TEST_F(DictationIntelligenceBridge, aThrowingFunctionFailsTheCallAndTheEngineLivesOn) {
+    ScriptCopy copy;
+    // Defined after the real one, so it replaces it.
+    copy.append(DictationIntelligence::promptsScript,
+                u"\nfunction applyContextNameSpellings() { throw new Error(\"no names today\"); }\n"
+                "function mergeCleanCandidate() { return 42; }\n"_s);
+    DictationIntelligence intelligence(copy.path());
+    const auto failed = intelligence.finish(u"hello there"_s, {});
+    ASSERT_FALSE(failed);
+    EXPECT_TRUE(isBridgeFailure(failed.error()));
+    EXPECT_TRUE(failed.error().message().contains(u"“applyContextNameSpellings”"_s));
+    EXPECT_TRUE(failed.error().message().contains(u"no names today"_s));
+
+    const auto wrongType = intelligence.mergeCleanCandidate(u"a"_s, u"b"_s, DictationStyle::clean);
+    ASSERT_FALSE(wrongType);
+    EXPECT_TRUE(isBridgeFailure(wrongType.error()));
+
+    const auto unknown = intelligence.call(u"noSuchFunction"_s, Json::array());
+    ASSERT_FALSE(unknown);
+    EXPECT_TRUE(unknown.error().message().contains(u"“noSuchFunction”"_s));
+
+    const auto surface =
+        intelligence.call(u"detectWritingSurface"_s, Json::array({"com.slack.Slack"}));
+    ASSERT_TRUE(surface);
+    EXPECT_EQ(*surface, "slack");
+}
+
+TEST_F(DictationIntelligenceBridge, theDefaultFolderHoldsTheScripts) {
+    const QString folder = DictationIntelligence::defaultResourceDirectory();
+    EXPECT_TRUE(QFile::exists(QDir(folder).filePath(DictationIntelligence::intelligenceScript)))
+        << folder.toStdString();
+    DictationIntelligence intelligence;
+    const auto finished = intelligence.finish(u"um it works"_s, {});
+    ASSERT_TRUE(finished) << finished.error().message().toStdString();
+    EXPECT_EQ(finished->transcript, u"It works."_s);
+}
+
+TEST_F(DictationIntelligenceBridge, valuesCrossTheBridgeWithTheirTypes) {
+    DictationIntelligence intelligence(sources);
+    // Objects, arrays, strings and booleans go in; an array of objects comes back.
+    FinishingContext context;
+    context.style = DictationStyle::polished;
+    context.replyAssist = true;
+    context.dictionary = {{QUuid::createUuid(), u"Kubernetes"_s, {u"cube and eighties"_s}}};
+    const auto messages = intelligence.buildCleanupMessages(u"ünïcode ✓ 日本"_s, context);
+    ASSERT_TRUE(messages);
+    ASSERT_EQ(messages->size(), 2u);
+    EXPECT_EQ((*messages)[0]["role"], "system");
+    EXPECT_EQ((*messages)[1]["role"], "user");
+    EXPECT_NE((*messages)[1]["content"].get<std::string>().find("ünïcode ✓ 日本"),
+              std::string::npos);
+
+    const auto number = intelligence.call(u"editDistance"_s, Json::array({"kitten", "sitting", 5}));
+    ASSERT_TRUE(number);
+    EXPECT_EQ(*number, 3);
+    EXPECT_TRUE(number->is_number_integer());
+}
+
+TEST_F(DictationIntelligenceCleanupMessages, styleContextAndWordsShapeTheRequest) {
+    DictationIntelligence intelligence(sources);
+    FinishingContext context;
+    context.style = DictationStyle::clean;
+    context.language = DictationLanguage::german;
+    context.appBundleID = u"com.slack.Slack"_s;
+    context.contextBefore = u"Hallo Jürgen,"_s;
+    context.conversationContext = u"Jürgen: Passt Dienstag?"_s;
+    context.replyAssist = true;
+    context.dictionary = {{QUuid::createUuid(), u"Kubernetes"_s, {}}};
+
+    const auto clean = intelligence.buildCleanupMessages(u"sag ihnen dienstag passt"_s, context);
+    ASSERT_TRUE(clean);
+    const std::string system = (*clean)[0]["content"].get<std::string>();
+    const std::string user = (*clean)[1]["content"].get<std::string>();
+    EXPECT_NE(system.find("German"), std::string::npos);
+    EXPECT_NE(system.find("Slack"), std::string::npos);
+    EXPECT_NE(system.find("Kubernetes"), std::string::npos);
+    EXPECT_NE(system.find("write only the reply"), std::string::npos);
+    EXPECT_NE(user.find("Hallo Jürgen,"), std::string::npos);
+    EXPECT_NE(user.find("Passt Dienstag?"), std::string::npos);
+    EXPECT_NE(user.find("<transcript>\nsag ihnen dienstag passt\n</transcript>"),
+              std::string::npos);
+
+    // Exact shares no surrounding text and keeps commands literal; so does prompt.
+    for (DictationStyle literal : {DictationStyle::exact, DictationStyle::prompt}) {
+        context.style = literal;
+        const auto messages = intelligence.buildCleanupMessages(u"tell them yes"_s, context);
+        ASSERT_TRUE(messages);
+        EXPECT_EQ((*messages)[0]["content"].get<std::string>().find("write only the reply"),
+                  std::string::npos);
+        const bool sharesContext =
+            (*messages)[1]["content"].get<std::string>().find("Jürgen") != std::string::npos;
+        EXPECT_EQ(sharesContext, literal == DictationStyle::prompt);
+    }
+}
+
+TEST_F(DictationIntelligenceFinish, modelFormattedTextIsNotReportedAsFallback) {
+    DictationIntelligence intelligence(sources);
+    FinishingContext context;
+    context.style = DictationStyle::polished;
+    context.dictionary = {{QUuid::createUuid(), u"Kubernetes"_s, {u"cube and eighties"_s}}};
+    const auto model = intelligence.finish(u"We run cube and eighties."_s, context, true);
+    ASSERT_TRUE(model);
+    EXPECT_EQ(model->transcript, u"We run Kubernetes."_s);
+    EXPECT_FALSE(model->formattingFallback);
+    const auto local = intelligence.finish(u"we run cube and eighties"_s, context, false);
+    ASSERT_TRUE(local);
+    EXPECT_EQ(local->transcript, u"We run Kubernetes."_s);
+    EXPECT_TRUE(local->formattingFallback);
+}

@@ -273,7 +273,8 @@ function mergeCleanCandidate(rawTranscript, candidate, mode) {
             kept[core.toLowerCase()] = core;
     });
     var word = new RegExp("[" + WORD_CHARS + "]+", "g");
-    text = text.replace(word, function (w) {
+    if (Object.keys(kept).length > 0)
+        text = replaceEach(text, word, function (w) {
         var original = kept[w.toLowerCase()];
         return original !== undefined ? original : w;
     });

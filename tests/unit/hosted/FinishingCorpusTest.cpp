@@ -4,6 +4,7 @@
 // script function with "arguments" and compares with "expect".
 
 #include "hosted/DictationIntelligence.h"
+#include "model/AppDataStore.h"
 #include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 
@@ -42,6 +43,19 @@ FinishingContext contextOf(const Json& c) {
     context.replyAssist = field<bool>(c, "replyAssist").value_or(false);
     context.speechHeard = field<bool>(c, "speechHeard").value_or(false);
     return context;
+}
+
+// As the session does: snippets whose trigger is said in the trigger form
+// are expanded in the finished text.
+QString expandSnippets(const FinishedText& finished, const Json& list) {
+    QList<VoiceSnippet> said;
+    for (const Json& s : list) {
+        const VoiceSnippet snippet{QUuid::createUuid(), text(s, "trigger"), text(s, "expansion")};
+        if (AppDataStore::expandSnippet(finished.triggerTranscript, {snippet}) !=
+            finished.triggerTranscript)
+            said.append(snippet);
+    }
+    return AppDataStore::expandSnippet(finished.transcript, said);
 }
 
 class FinishingCorpus : public ::testing::Test {
@@ -86,6 +100,9 @@ protected:
         if (const auto fallback = field<bool>(c, "formattingFallback")) {
             EXPECT_EQ(finished->formattingFallback, *fallback);
         }
+        if (c.contains("snippets")) {
+            EXPECT_EQ(expandSnippets(*finished, c["snippets"]), text(c, "expanded"));
+        }
     }
 };
 
@@ -117,6 +134,10 @@ TEST_F(FinishingCorpus, silenceAndBoilerplateAreNotDictation) {
 
 TEST_F(FinishingCorpus, eachStyleSpacesCapitalisesAndCloses) {
     EXPECT_GE(runCorpus(u"styles.json"_s), 30u);
+}
+
+TEST_F(FinishingCorpus, snippetTriggersSurviveFinishing) {
+    EXPECT_GE(runCorpus(u"snippets.json"_s), 8u);
 }
 
 TEST_F(FinishingCorpus, surfacesAreDetectedFromTheTarget) {

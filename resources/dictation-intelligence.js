@@ -605,7 +605,20 @@ function sentenceMarks(language) {
     return { full: ".", question: "?", ends: /[.!?…]$/ };
 }
 
+// Each rule may open work for another ("! !" → "!!" → "!"), so they run
+// until the text stops changing.
 function normaliseSpacing(text, language) {
+    var s = text;
+    for (var round = 0; round < 4; ++round) {
+        var next = normaliseSpacingOnce(s, language);
+        if (next === s)
+            break;
+        s = next;
+    }
+    return s;
+}
+
+function normaliseSpacingOnce(text, language) {
     var s = text.replace(/[ \t]+/g, " ").replace(/ *\n */g, "\n");
     if (language === "fr") {
         // French sets a space before ; : ! ? and inside guillemets.

@@ -100,6 +100,12 @@ protected:
         if (const auto fallback = field<bool>(c, "formattingFallback")) {
             EXPECT_EQ(finished->formattingFallback, *fallback);
         }
+        // Finished text is a fixed point: finishing it again changes nothing.
+        if (context.style != DictationStyle::exact && !context.replyAssist && finished->reliable) {
+            const auto again = intelligence.finish(finished->transcript, context, modelFormatted);
+            ASSERT_TRUE(again);
+            EXPECT_EQ(again->transcript, finished->transcript) << "finished twice";
+        }
         if (c.contains("snippets")) {
             EXPECT_EQ(expandSnippets(*finished, c["snippets"]), text(c, "expanded"));
         }

@@ -113,7 +113,7 @@ function prepareSpokenText(text, options) {
 var FILLERS = {
     common: ["um", "umm", "ummm", "uhm", "uhmm", "uh", "uhh", "uhhh", "hmm", "hmmm", "mmm", "ehm",
              "erm"],
-    en: ["er", "err", "ah", "ahh", "ahm"],
+    en: ["er", "err", "ahm"],
     de: ["äh", "ähm", "öh", "öhm", "hm"],
     fr: ["euh", "heu", "euhh", "hum"],
     es: ["eh", "em", "emm"],
@@ -595,14 +595,14 @@ var ENTHUSIASM = /\b(amazing|awesome|fantastic|incredible|wonderful|brilliant|ex
 
 function sentenceMarks(language) {
     if (language === "ja" || language === "zh")
-        return { full: "。", question: "？", ends: /[。！？!?.…]$/ };
+        return { full: "。", ends: /[。！？!?.…]$/ };
     if (language === "hi")
-        return { full: "।", question: "?", ends: /[।॥!?.…]$/ };
+        return { full: "।", ends: /[।॥!?.…]$/ };
     if (language === "ar")
-        return { full: ".", question: "؟", ends: /[.!?؟…]$/ };
+        return { full: ".", ends: /[.!?؟…]$/ };
     if (language === "th")
-        return { full: "", question: "", ends: /./ };
-    return { full: ".", question: "?", ends: /[.!?…]$/ };
+        return { full: "", ends: /./ };
+    return { full: ".", ends: /[.!?…]$/ };
 }
 
 // Each rule may open work for another ("! !" → "!!" → "!"), so they run
@@ -694,7 +694,7 @@ var QUESTION_OPENING = new RegExp(
     "should|will|about|if)|(?:what|where|who|how|when)['’]s)\\b",
     "i");
 
-function closeLastSentence(text, marks, mode) {
+function closeLastSentence(text, marks, mode, language) {
     if (text === "" || marks.full === "" || marks.ends.test(text))
         return text;
     var closing = /["”’»)\]]+$/.exec(text);
@@ -702,8 +702,10 @@ function closeLastSentence(text, marks, mode) {
     if (body === "" || marks.ends.test(body) || /[:;,\-–—]$/.test(body))
         return text;
     var lastSentence = body.split(/[.!?。！？]\s+/).pop();
-    var question = marks.question !== "" && QUESTION_OPENING.test(lastSentence);
-    var mark = question && marks.question !== "" ? marks.question : marks.full;
+    // The question openings are English; other languages get a full stop.
+    var english = language === "en" || language === "auto";
+    var question = english && QUESTION_OPENING.test(lastSentence);
+    var mark = question ? "?" : marks.full;
     if (mode === "excited" && !question && ENTHUSIASM.test(lastSentence))
         mark = "!";
     return body + mark + (closing ? closing[0] : "");
@@ -741,6 +743,6 @@ function finishDictationText(text, options) {
     }
     var marks = sentenceMarks(language);
     var paragraphs = s.split("\n");
-    paragraphs[paragraphs.length - 1] = closeLastSentence(paragraphs[paragraphs.length - 1], marks, mode);
+    paragraphs[paragraphs.length - 1] = closeLastSentence(paragraphs[paragraphs.length - 1], marks, mode, language);
     return paragraphs.join("\n");
 }

@@ -18,8 +18,15 @@ var WORD_CHAR = new RegExp("[" + WORD_CHARS + "]");
 var TOKEN_PARTS = new RegExp("^([^" + WORD_CHARS + "]*)(.*?)([^" + WORD_CHARS + "]*)$");
 var UPPER_START = /^[A-Z\u00C0-\u00D6\u00D8-\u00DE\u0391-\u03A9\u0400-\u042F]/;
 
-// Scripts written without spaces between words.
-var UNSPACED_LANGUAGES = { ja: true, zh: true, th: true };
+// Lookup tables without a prototype, so that a word such as "constructor"
+// read from the user's text is never found in one by accident.
+function table(entries) {
+    var t = Object.create(null);
+    for (var key in entries)
+        if (Object.prototype.hasOwnProperty.call(entries, key))
+            t[key] = entries[key];
+    return t;
+}
 
 function asText(value) {
     return value === undefined || value === null ? "" : String(value);
@@ -99,7 +106,8 @@ function prepareSpokenText(text, options) {
     var s = asText(text).normalize("NFC");
     s = s.replace(/\r\n?/g, "\n").replace(/[\u2028\u2029]/g, "\n");
     s = s.replace(/[\u00A0\u2000-\u200A\u202F\u205F\u3000\t\f\v]/g, " ");
-    s = s.replace(/[\u200B\u200C\u200D\uFEFF](?![\u0900-\u097F])/g, "");
+    // Zero-width joiners stay: Indic and Persian words and emoji need them.
+    s = s.replace(/[\u200B\uFEFF]/g, "");
     for (var i = 0; i < ARTEFACTS.length; ++i)
         s = s.replace(ARTEFACTS[i], " ");
     s = s.replace(/ *\n */g, "\n").replace(/\n{3,}/g, "\n\n");
@@ -110,7 +118,7 @@ function prepareSpokenText(text, options) {
 // ---------------------------------------------------------------------------
 // Fillers and stutters.
 
-var FILLERS = {
+var FILLERS = table({
     common: ["um", "umm", "ummm", "uhm", "uhmm", "uh", "uhh", "uhhh", "hmm", "hmmm", "mmm", "ehm",
              "erm"],
     en: ["er", "err", "ahm"],
@@ -129,15 +137,15 @@ var FILLERS = {
     hi: ["उम्म", "हम्म", "अं"],
     ar: ["ممم", "امم", "اه"],
     ko: ["음", "으음", "어어"],
-};
-var UNSPACED_FILLERS = {
+});
+var UNSPACED_FILLERS = table({
     ja: ["えーと", "えっと", "えーっと", "えー", "あのー", "うーん", "んー"],
     zh: ["嗯", "呃", "额", "唔"],
     th: ["เอ่อ", "อืม", "เออ"],
-};
+});
 
 function fillerSet(language) {
-    var set = {};
+    var set = table();
     var add = function (list) {
         for (var i = 0; i < list.length; ++i)
             set[list[i]] = true;
@@ -158,13 +166,13 @@ function isFillerWord(core, fillers) {
 }
 
 // Doubled words that mean something ("had had", "bye bye", "no no").
-var MEANINGFUL_DOUBLES = {
+var MEANINGFUL_DOUBLES = table({
     had: true, that: true, very: true, really: true, so: true, no: true, bye: true, yeah: true,
     yes: true, well: true, now: true, there: true, ha: true, haha: true, ho: true, hey: true,
     knock: true, tut: true, chop: true, go: true, never: true, more: true, far: true, much: true,
     many: true, long: true, "is": true, sehr: true, très: true, muy: true, molto: true,
     очень: true, да: true, нет: true, si: true, sí: true, oui: true, non: true, ja: true, nein: true,
-};
+});
 
 function isDoubledStutter(previous, current) {
     if (previous.core === "" || previous.core.toLowerCase() !== current.core.toLowerCase())
@@ -299,14 +307,14 @@ function applyPreferredSpellings(text, dictionary) {
     var entries = dictionaryEntries(dictionary);
     if (entries.length === 0 || source === "")
         return source;
-    var spellingOf = {};
+    var spellingOf = table();
     var forms = [];
     entries.forEach(function (entry) {
         var spelling = asText(entry.spelling).replace(/^\s+|\s+$/g, "");
         var heard = Array.isArray(entry.spokenForms) ? entry.spokenForms : [];
         [spelling].concat(heard).forEach(function (form) {
             var key = formKey(form);
-            if (key === "" || spellingOf.hasOwnProperty(key))
+            if (key === "" || (key in spellingOf))
                 return;
             spellingOf[key] = spelling;
             forms.push(key);
@@ -324,7 +332,7 @@ function applyPreferredSpellings(text, dictionary) {
 // ---------------------------------------------------------------------------
 // Names seen around the field keep their spelling.
 
-var COMMON_WORDS = {};
+var COMMON_WORDS = table();
 ("a an and are as at be but by can could did do does for from had has have he her here hers " +
  "him his how i if in is it its just let me my no not now of on or our out she so than that " +
  "the their them then there these they this those to too up us was we were what when where " +
@@ -341,7 +349,7 @@ function namesInContext(options) {
     var text = [options.contextBefore, options.contextAfter, options.conversationContext]
                    .map(asText)
                    .join("\n");
-    var names = {};
+    var names = table();
     tokensOf(text.replace(/\n/g, " ")).forEach(function (raw) {
         var core = splitToken(raw).core.replace(/['’]s$/, "");
         if (core.length < 2 || !UPPER_START.test(core) || /[0-9]/.test(core))
@@ -383,7 +391,7 @@ function editDistance(a, b, limit) {
 
 function closestName(word, names) {
     var key = foldDiacritics(word).toLowerCase();
-    if (names.hasOwnProperty(key))
+    if (key in names)
         return names[key];
     if (key.length < 3 || COMMON_WORDS[key] || word.toUpperCase() === word)
         return null;
@@ -391,7 +399,7 @@ function closestName(word, names) {
     var found = null;
     var foundDistance = limit + 1;
     for (var name in names) {
-        if (!names.hasOwnProperty(name) || name.charAt(0) !== key.charAt(0) ||
+        if (name.charAt(0) !== key.charAt(0) ||
             names[name].toUpperCase() === names[name])
             continue;
         // Three letters only grow into a name: "Jon" → "John".
@@ -415,14 +423,14 @@ function applyContextNameSpellings(text, options) {
     var names = namesInContext(options);
     if (Object.keys(names).length === 0)
         return source;
-    var protectedWords = {};
+    var protectedWords = table();
     dictionaryEntries(options.dictionary).forEach(function (e) {
         protectedWords[asText(e.spelling).toLowerCase()] = true;
     });
     var word = new RegExp("[" + WORD_CHARS + "]+(?:['’\\-][" + WORD_CHARS + "]+)*", "g");
-    var seen = {};
+    var seen = table();
     return replaceEach(source, word, function (found) {
-        if (!seen.hasOwnProperty(found))
+        if (!(found in seen))
             seen[found] = respell(found);
         return seen[found];
     });
@@ -472,7 +480,7 @@ function isExplicitReplyIntent(text, options) {
     return replyMatch(asText(text)) !== null;
 }
 
-var SECOND_PERSON = {
+var SECOND_PERSON = table({
     "he is": "you are", "she is": "you are", "they are": "you are", "he was": "you were",
     "she was": "you were", "they were": "you were", "he has": "you have", "she has": "you have",
     "he does": "you do", "she does": "you do", "he doesn't": "you don't",
@@ -480,7 +488,7 @@ var SECOND_PERSON = {
     "he wasn't": "you weren't", "she wasn't": "you weren't", "he's": "you're",
     "she's": "you're", "they're": "you're", "he": "you", "she": "you", "they": "you",
     "his": "your", "their": "your",
-};
+});
 
 // The message of a reply command, addressed to its reader.
 function composeReplyText(text) {
@@ -541,11 +549,11 @@ var BOILERPLATE = [
     "谢谢观看", "谢谢", "시청해주셔서 감사합니다", "감사합니다",
 ];
 // Courtesy phrases a person may really say; kept when speech was heard.
-var COURTESY = { "thank you": true, "thanks": true, "thank you very much": true,
+var COURTESY = table({ "thank you": true, "thanks": true, "thank you very much": true,
                  "thank you so much": true, "bye": true, "bye bye": true, "you": false,
                  "so": false, "merci": true, "danke": true, "gracias": true, "obrigado": true,
                  "grazie": true, "dziekuje": true, "спасибо": true, "谢谢": true,
-                 "감사합니다": true, "ありがとうございました": true };
+                 "감사합니다": true, "ありがとうございました": true });
 
 var NON_WORD_RUNS = new RegExp("[^" + WORD_CHARS + "]+", "g");
 
@@ -589,8 +597,8 @@ function reliableDictationTranscript(text, options) {
 // ---------------------------------------------------------------------------
 // Spacing, capitals and the closing mark.
 
-var ABBREVIATIONS = { "e.g": true, "i.e": true, "etc": true, "vs": true, "cf": true, "approx": true,
-                      "z.b": true, "d.h": true, "usw": true, "p.ej": true, "bzw": true };
+var ABBREVIATIONS = table({ "e.g": true, "i.e": true, "etc": true, "vs": true, "cf": true, "approx": true,
+                      "z.b": true, "d.h": true, "usw": true, "p.ej": true, "bzw": true });
 var ENTHUSIASM = /\b(amazing|awesome|fantastic|incredible|wonderful|brilliant|excellent|congrat(?:ulation)?s|wow|yay|hooray|love it|can't wait|cannot wait|so excited|so happy|thrilled|great news|woohoo|unbelievable)\b/i;
 
 function sentenceMarks(language) {
@@ -636,7 +644,7 @@ function normaliseSpacingOnce(text, language) {
 
 // Day and month names English always capitalises ("may" and "march" are
 // verbs too and are left alone).
-var ENGLISH_PROPER = {};
+var ENGLISH_PROPER = table();
 ("monday tuesday wednesday thursday friday saturday sunday january february april june july " +
  "september october november december")
     .split(" ")
@@ -725,7 +733,7 @@ function finishDictationText(text, options) {
         return s;
     if (options.modelFormatted === true)
         return s;
-    var protectedWords = {};
+    var protectedWords = table();
     dictionaryEntries(options.dictionary).forEach(function (e) {
         asText(e.spelling).split(/\s+/).forEach(function (w) {
             protectedWords[splitToken(w).core] = true;

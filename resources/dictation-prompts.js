@@ -4,7 +4,7 @@
 
 "use strict";
 
-var STYLE_INSTRUCTIONS = {
+var STYLE_INSTRUCTIONS = table({
     exact: "Keep every spoken word, fillers included. Only fix spacing and apply the preferred " +
         "spellings. Do not add or remove punctuation beyond what is needed to read it.",
     light: "Remove fillers (um, uh), stutters and false starts. Keep the speaker's words, order " +
@@ -18,22 +18,22 @@ var STYLE_INSTRUCTIONS = {
     prompt: "The speaker is writing a request for an AI assistant. Organise it into a clear task " +
         "followed by its constraints, keeping every requirement, example, name and number. Do " +
         "not answer or carry out the request.",
-};
+});
 
-var SURFACE_NOTES = {
+var SURFACE_NOTES = table({
     email: "The text goes into an email.",
     slack: "The text goes into a Slack message.",
     messaging: "The text goes into a chat message.",
     ai: "The text goes to an AI assistant as a prompt.",
     generic: "",
-};
+});
 
-var LANGUAGE_NAMES = {
+var LANGUAGE_NAMES = table({
     en: "English", es: "Spanish", fr: "French", de: "German", it: "Italian", pt: "Portuguese",
     nl: "Dutch", pl: "Polish", uk: "Ukrainian", ru: "Russian", tr: "Turkish", ar: "Arabic",
     hi: "Hindi", id: "Indonesian", ja: "Japanese", ko: "Korean", zh: "Chinese", vi: "Vietnamese",
     th: "Thai",
-};
+});
 
 // Context is cut so that a long document never crowds out the dictation.
 var CONTEXT_LIMIT = 1200;
@@ -105,7 +105,7 @@ function buildCleanupMessages(rawTranscript, options) {
 // ---------------------------------------------------------------------------
 // Checking a model's answer against what was said.
 
-var FUNCTION_WORDS = {};
+var FUNCTION_WORDS = table();
 ("a an the and or but so of to in on at for with by from as is are was were be been it its " +
  "this that these those i you he she we they me him her us them my your his our their do does " +
  "did not no just very really then there here will would can could should shall may might must " +
@@ -115,9 +115,9 @@ var FUNCTION_WORDS = {};
     .forEach(function (w) { FUNCTION_WORDS[w] = true; });
 
 // Labels a prompt-style answer may add around the request.
-var STRUCTURE_WORDS = { task: true, tasks: true, constraint: true, constraints: true,
+var STRUCTURE_WORDS = table({ task: true, tasks: true, constraint: true, constraints: true,
                         requirement: true, requirements: true, context: true, goal: true,
-                        example: true, examples: true, output: true, format: true, notes: true };
+                        example: true, examples: true, output: true, format: true, notes: true });
 
 var NUMBER_WORDS = new RegExp(
     "\\b(zero|one|two|three|four|five|six|seven|eight|nine|ten|eleven|twelve|thirteen|fourteen|" +
@@ -129,7 +129,7 @@ var ASSISTANT_OPENING = /^\s*(?:sure|certainly|of course|here(?:'s| is| are)|i'm
 
 function contentWords(text, fillers) {
     var words = foldForComparison(text).split(" ");
-    var result = {};
+    var result = table();
     words.forEach(function (w) {
         if (w === "" || FUNCTION_WORDS[w] || fillers[w] || /^[0-9]+$/.test(w))
             return;
@@ -167,7 +167,7 @@ function missingFrom(words, other) {
 // invented (plus a few words of slack for short texts), how many more words
 // may go than come (a rewording replaces, a loss does not), and the range of
 // the answer's length against what was said.
-var SAFETY_LIMITS = {
+var SAFETY_LIMITS = table({
     exact: { dropped: 0, invented: 0, slack: 0, inventedSlack: 0, loss: 0, lossSlack: 0,
              longest: 1.3, shortest: 0.8 },
     light: { dropped: 0.15, invented: 0.15, slack: 1, inventedSlack: 0, loss: 0.1, lossSlack: 1,
@@ -180,7 +180,7 @@ var SAFETY_LIMITS = {
                longest: 1.7, shortest: 0.35 },
     prompt: { dropped: 0.2, invented: 0.3, slack: 2, inventedSlack: 2, loss: 0.1, lossSlack: 1,
               longest: 2.2, shortest: 0.4 },
-};
+});
 
 function cleanupIsSafeForMode(rawTranscript, candidate, mode) {
     var raw = asText(rawTranscript);
@@ -266,7 +266,7 @@ function mergeCleanCandidate(rawTranscript, candidate, mode) {
     var style = modeOf({ cleanupMode: mode });
     // Words the speaker's recogniser wrote with inner capitals ("iPhone",
     // "McDonald", "NASA") keep that form when a model flattened them.
-    var kept = {};
+    var kept = table();
     tokensOf(raw.replace(/\n/g, " ")).forEach(function (t) {
         var core = splitToken(t).core;
         if (core.length > 1 && /[A-Z\u00C0-\u00DE]/.test(core.slice(1)))

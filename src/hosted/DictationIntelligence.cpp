@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QJSEngine>
 #include <QJSValueIterator>
+#include <QThread>
 
 #include <cmath>
 
@@ -177,8 +178,10 @@ QString DictationIntelligence::defaultResourceDirectory() {
 
 std::expected<DictationIntelligence::Engine*, TranscriptionServiceError>
 DictationIntelligence::engine() {
-    if (built)
+    if (built) {
+        Q_ASSERT(built->js.thread() == QThread::currentThread());
         return built.get();
+    }
     if (!QCoreApplication::instance())
         return std::unexpected(
             Failure::bridgeUnavailable(u"Text finishing needs the application to be running."_s));

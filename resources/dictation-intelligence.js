@@ -356,6 +356,9 @@ function namesInContext(options) {
             return;
         if (COMMON_WORDS[core.toLowerCase()])
             return;
+        // Short capitals are acronyms ("NASA"); longer ones are shouting ("URGENT").
+        if (core.length > 5 && core.toUpperCase() === core)
+            return;
         var key = foldDiacritics(core).toLowerCase();
         names[key] = names[key] || core;
     });

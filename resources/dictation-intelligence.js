@@ -455,7 +455,7 @@ var REPLY_COMMAND = new RegExp(
     "^\\s*(?:(?:please|ok(?:ay)?|so)[,\\s]+)?" +
     "(?:tell|reply to|respond to|write back to|let)\\s+" +
     "(them|him|her|everyone|everybody|the team|the group|[A-Z][" + WORD_CHARS + "'’\\-]*)" +
-    "(?:\\s+know)?[,:]?\\s+(?:that\\s+)?(.+)$",
+    "(?:\\s+know)?[,:]?\\s+(?:saying[,:]?\\s+)?(?:that\\s+)?(.+)$",
     "i");
 var REPLY_VERB = /^\s*(?:(?:please|ok(?:ay)?|so)[,\s]+)?(tell|reply|respond|write|let)\b/i;
 var GROUP_RECIPIENT = /^(them|him|her|everyone|everybody|the team|the group)$/i;

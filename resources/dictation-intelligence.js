@@ -602,7 +602,7 @@ function reliableDictationTranscript(text, options) {
 
 var ABBREVIATIONS = table({ "e.g": true, "i.e": true, "etc": true, "vs": true, "cf": true, "approx": true,
                       "z.b": true, "d.h": true, "usw": true, "p.ej": true, "bzw": true });
-var ENTHUSIASM = /\b(amazing|awesome|fantastic|incredible|wonderful|brilliant|excellent|congrat(?:ulation)?s|wow|yay|hooray|love it|can't wait|cannot wait|so excited|so happy|thrilled|great news|woohoo|unbelievable)\b/i;
+var ENTHUSIASM = /\b(amazing|awesome|fantastic|incredible|wonderful|brilliant|excellent|congrat(?:ulation)?s|wow|yay|hooray|love it|can['’]t wait|cannot wait|so excited|so happy|thrilled|great news|woohoo|unbelievable)\b/i;
 
 function sentenceMarks(language) {
     if (language === "ja" || language === "zh")
@@ -663,13 +663,18 @@ function capitalise(text, language, protectedWords) {
     var tokens = text.split(/( +|\n)/);
     var start = true;
     var previousCore = "";
+    var lineBreaks = 0;
     for (var i = 0; i < tokens.length; ++i) {
         var t = tokens[i];
-        if (t === "" || /^( +|\n)$/.test(t)) {
-            if (t === "\n" && i + 1 < tokens.length && tokens[i + 1] === "\n")
+        if (t === "" || /^ +$/.test(t))
+            continue;
+        if (t === "\n") {
+            // A blank line starts a sentence; a single break continues one.
+            if (++lineBreaks >= 2)
                 start = true;
             continue;
         }
+        lineBreaks = 0;
         var parts = splitToken(t);
         if (parts.core !== "") {
             var core = parts.core;
@@ -753,7 +758,7 @@ function finishDictationText(text, options) {
         });
     }
     var marks = sentenceMarks(language);
-    var paragraphs = s.split("\n");
-    paragraphs[paragraphs.length - 1] = closeLastSentence(paragraphs[paragraphs.length - 1], marks, mode, language);
-    return paragraphs.join("\n");
+    return s.split("\n\n")
+        .map(function (paragraph) { return closeLastSentence(paragraph, marks, mode, language); })
+        .join("\n\n");
 }

@@ -713,7 +713,8 @@ var QUESTION_OPENING = new RegExp(
 function closeLastSentence(text, marks, mode, language) {
     if (text === "" || marks.full === "" || marks.ends.test(text))
         return text;
-    var closing = /["”’»)\]]+$/.exec(text);
+    // A final ’ closes a quotation only when one was opened (not "the students’").
+    var closing = (text.indexOf("‘") >= 0 ? /["”’»)\]]+$/ : /["”»)\]]+$/).exec(text);
     var body = closing ? text.slice(0, text.length - closing[0].length) : text;
     if (body === "" || marks.ends.test(body) || /[:;,\-–—]$/.test(body))
         return text;

@@ -219,7 +219,9 @@ function cleanSpeechDisfluencies(text, options) {
         (language === "auto" ? UNSPACED_FILLERS.zh.concat(UNSPACED_FILLERS.ja) : null);
     if (unspaced) {
         var alternatives = unspaced.map(escapeRegExp).join("|");
-        var pattern = new RegExp("(^|[\\s、。，,！？!?])(?:" + alternatives + ")+[、，,…]*\\s*", "g");
+        // Only a filler standing alone: "额外" (extra) keeps its first character.
+        var pattern = new RegExp("(^|[\\s、。，,！？!?])(?:" + alternatives + ")+" +
+                                 "(?=[\\s、。，,！？!?…]|$)[、，,…]*\\s*", "g");
         result = result.replace(pattern, "$1");
     }
     return result.replace(/ {2,}/g, " ").replace(/^\s+|\s+$/g, "");

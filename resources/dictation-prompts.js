@@ -48,6 +48,14 @@ function head(text, limit) {
     return s.length <= limit ? s : s.slice(0, limit) + "…";
 }
 
+// The blocks of the request are tagged; text that spells one of the tags
+// must not close its block early.
+var BLOCK_TAG = /<(\/?)(transcript|conversation|text_before_cursor|text_after_cursor)>/gi;
+
+function quoted(text) {
+    return asText(text).replace(BLOCK_TAG, "\u2039$1$2\u203A");
+}
+
 function buildCleanupMessages(rawTranscript, options) {
     options = asOptions(options);
     var mode = modeOf(options);
@@ -82,9 +90,9 @@ function buildCleanupMessages(rawTranscript, options) {
     var user = "";
     // Exact shares no surrounding text.
     if (mode !== "exact") {
-        var before = tail(options.contextBefore, CONTEXT_LIMIT);
-        var after = head(options.contextAfter, CONTEXT_LIMIT);
-        var conversation = tail(options.conversationContext, CONTEXT_LIMIT * 2);
+        var before = quoted(tail(options.contextBefore, CONTEXT_LIMIT));
+        var after = quoted(head(options.contextAfter, CONTEXT_LIMIT));
+        var conversation = quoted(tail(options.conversationContext, CONTEXT_LIMIT * 2));
         if (conversation !== "")
             user += "<conversation>\n" + conversation + "\n</conversation>\n";
         if (before !== "")
@@ -95,7 +103,7 @@ function buildCleanupMessages(rawTranscript, options) {
             rules.push("The surrounding text is only there for names, tone and continuation; " +
                        "never repeat it.");
     }
-    user += "<transcript>\n" + asText(rawTranscript) + "\n</transcript>";
+    user += "<transcript>\n" + quoted(rawTranscript) + "\n</transcript>";
     return [
         { role: "system", content: rules.join("\n") },
         { role: "user", content: user },
@@ -189,7 +197,9 @@ function cleanupIsSafeForMode(rawTranscript, candidate, mode) {
     var limits = SAFETY_LIMITS[style] || SAFETY_LIMITS.light;
     if (foldForComparison(text) === "")
         return false;
-    if (ASSISTANT_OPENING.test(text) && !ASSISTANT_OPENING.test(raw))
+    // "Sure, …" is the speaker's only when they said it (fillers aside).
+    var rawWithoutFillers = cleanSpeechDisfluencies(raw, { cleanupMode: "light", language: "auto" });
+    if (ASSISTANT_OPENING.test(text) && !ASSISTANT_OPENING.test(rawWithoutFillers))
         return false;
     // Exact keeps fillers, so a model that drops them has dropped words.
     var fillers = style === "exact" ? {} : fillerSet("auto");

@@ -227,9 +227,12 @@ function cleanSpeechDisfluencies(text, options) {
     return result.replace(/ {2,}/g, " ").replace(/^\s+|\s+$/g, "");
 }
 
+// A comma or semicolon glued to the next word ("uh,thank") separates words.
+var GLUED_COMMA = new RegExp("([,;])(?=[" + WORD_CHARS.slice(3) + "])", "g");
+
 function cleanLine(line, fillers) {
     var kept = [];
-    var tokens = tokensOf(line);
+    var tokens = tokensOf(line.replace(GLUED_COMMA, "$1 "));
     var sentenceStart = true;
     for (var i = 0; i < tokens.length; ++i) {
         var token = splitToken(tokens[i]);
@@ -718,6 +721,9 @@ function closeLastSentence(text, marks, mode, language) {
     // A final ’ closes a quotation only when one was opened (not "the students’").
     var closing = (text.indexOf("‘") >= 0 ? /["”’»)\]]+$/ : /["”»)\]]+$/).exec(text);
     var body = closing ? text.slice(0, text.length - closing[0].length) : text;
+    // The mark goes on the word; blanks before the closing quote stay (French « … »).
+    var blanks = /\s*$/.exec(body)[0];
+    body = body.slice(0, body.length - blanks.length);
     if (body === "" || marks.ends.test(body) || /[:;,\-–—]$/.test(body))
         return text;
     var lastSentence = body.split(/[.!?。！？]\s+/).pop();
@@ -727,7 +733,7 @@ function closeLastSentence(text, marks, mode, language) {
     var mark = question ? "?" : marks.full;
     if (mode === "excited" && !question && ENTHUSIASM.test(lastSentence))
         mark = "!";
-    return body + mark + (closing ? closing[0] : "");
+    return body + mark + blanks + (closing ? closing[0] : "");
 }
 
 function finishDictationText(text, options) {
@@ -761,7 +767,9 @@ function finishDictationText(text, options) {
         });
     }
     var marks = sentenceMarks(language);
-    return s.split("\n\n")
+    s = s.split("\n\n")
         .map(function (paragraph) { return closeLastSentence(paragraph, marks, mode, language); })
         .join("\n\n");
+    // The marks just added follow the language's spacing too ("génial !").
+    return normaliseSpacing(s, language);
 }

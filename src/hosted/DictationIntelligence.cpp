@@ -261,7 +261,13 @@ DictationIntelligence::finish(const QString& rawTranscript, const FinishingConte
     scriptOptions.setProperty(u"surface"_s, *surface);
     scriptOptions.setProperty(u"replyIntent"_s, replyIntent->toBool());
     scriptOptions.setProperty(u"modelFormatted"_s, modelFormatted);
-    auto finished = invokeText(js, u"finishDictationText"_s, {QJSValue(*named), scriptOptions});
+    auto styled = invokeText(js, u"finishDictationText"_s, {QJSValue(*named), scriptOptions});
+    if (!styled)
+        return std::unexpected(styled.error());
+    // Names go by capitals, and a sentence start has just been given one
+    // ("sara, …" → "Sara, …" → "Sarah, …").
+    auto finished =
+        invokeText(js, u"applyContextNameSpellings"_s, {QJSValue(*styled), scriptOptions});
     if (!finished)
         return std::unexpected(finished.error());
 

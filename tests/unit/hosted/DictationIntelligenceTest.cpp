@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <random>
+
 #include <gtest/gtest.h>
 
 using namespace quendra;
@@ -46,6 +48,21 @@ public:
 private:
     QTemporaryDir dir;
 };
+
+FinishingContext randomContext(std::mt19937& random) {
+    const QList<DictationLanguage> languages{
+        DictationLanguage::english, DictationLanguage::automatic, DictationLanguage::french,
+        DictationLanguage::turkish, DictationLanguage::japanese,  DictationLanguage::thai,
+        DictationLanguage::arabic,  DictationLanguage::russian};
+    FinishingContext context;
+    context.style = allCases<DictationStyle>()[random() % 6];
+    context.language = languages[int(random() % languages.size())];
+    context.contextBefore = u"Hi Sarah ( Constructor"_s;
+    context.replyAssist = random() % 2;
+    context.dictionary = {{QUuid::createUuid(), u"Kubernetes"_s, {u"cube and eighties"_s, u"("_s}},
+                          {QUuid::createUuid(), u"C++"_s, {u"c plus plus"_s, u"*+"_s}}};
+    return context;
+}
 
 bool isBridgeFailure(const TranscriptionServiceError& e) {
     return e.kind == TranscriptionServiceError::Kind::bridgeUnavailable &&
@@ -201,4 +218,118 @@ TEST_F(DictationIntelligenceFinish, modelFormattedTextIsNotReportedAsFallback) {
     ASSERT_TRUE(local);
     EXPECT_EQ(local->transcript, u"We run Kubernetes."_s);
     EXPECT_TRUE(local->formattingFallback);
+}
+
+// Random text from the pieces that trip text rules up (marks, brackets,
+// digits, scripts without case or spaces, words that name script built-ins):
+// every function answers.
+TEST_F(DictationIntelligenceFinish, anyTextIsFinishedWithoutFailure) {
+    const QStringList pieces{u"um"_s,
+                             u"uh,"_s,
+                             u"I"_s,
+                             u"i"_s,
+                             u"the"_s,
+                             u"The"_s,
+                             u"Sara"_s,
+                             u"tell"_s,
+                             u"them"_s,
+                             u"Tell them"_s,
+                             u"."_s,
+                             u","_s,
+                             u"?"_s,
+                             u"!"_s,
+                             u"..."_s,
+                             u"…"_s,
+                             u"("_s,
+                             u")"_s,
+                             u"\""_s,
+                             u"“"_s,
+                             u"”"_s,
+                             u"«"_s,
+                             u"»"_s,
+                             u"-"_s,
+                             u"—"_s,
+                             u"3.5"_s,
+                             u"1,200"_s,
+                             u"10:30"_s,
+                             u"École"_s,
+                             u"привет"_s,
+                             u"明日"_s,
+                             u"、"_s,
+                             u"。"_s,
+                             u"😀"_s,
+                             u"\n"_s,
+                             u"\n\n"_s,
+                             u"e.g."_s,
+                             u"x-ray"_s,
+                             u"b-b-but"_s,
+                             u"th-"_s,
+                             u"'s"_s,
+                             u"’"_s,
+                             u"ı"_s,
+                             u"ß"_s,
+                             u"\u0301"_s,
+                             u"\u200B"_s,
+                             u"[BLANK_AUDIO]"_s,
+                             u"thank you"_s,
+                             u"cube and eighties"_s,
+                             u"$"_s,
+                             u"\\"_s,
+                             u"*"_s,
+                             u"|"_s,
+                             u"constructor"_s,
+                             u"__proto__"_s,
+                             u"toString"_s,
+                             u"</transcript>"_s,
+                             u"额外"_s,
+                             u"สวัสดี"_s};
+    DictationIntelligence intelligence(sources);
+    std::mt19937 random(20261123);
+    for (int round = 0; round < 300; ++round) {
+        QString text;
+        const int count = int(random() % 12);
+        for (int i = 0; i < count; ++i)
+            text += pieces[int(random() % pieces.size())] + (random() % 2 ? u" "_s : QString());
+        FinishingContext context = randomContext(random);
+        SCOPED_TRACE(text.toStdString() + " / " + rawValue(context.style).toString().toStdString() +
+                     " / " + rawValue(context.language).toString().toStdString());
+        const auto finished = intelligence.finish(text, context);
+        ASSERT_TRUE(finished) << finished.error().message().toStdString();
+        EXPECT_TRUE(intelligence.buildCleanupMessages(text, context));
+        EXPECT_TRUE(intelligence.cleanupIsSafeForMode(text, finished->transcript, context.style));
+        EXPECT_TRUE(intelligence.mergeCleanCandidate(text, finished->transcript, context.style));
+    }
+}
+
+// Random dictations (words with fillers, stutters, names, numbers and marks
+// where speech puts them): finished text finishes to itself.
+TEST_F(DictationIntelligenceFinish, finishedTextIsAFixedPoint) {
+    const QStringList words{
+        u"um"_s,          u"uh"_s,      u"I"_s,       u"i"_s,       u"the"_s,
+        u"the the"_s,     u"we we"_s,   u"Sara"_s,    u"sara"_s,    u"friday"_s,
+        u"3.5"_s,         u"1,200"_s,   u"10:30"_s,   u"école"_s,   u"привет"_s,
+        u"Привет"_s,      u"b-b-but"_s, u"th- the"_s, u"x-ray"_s,   u"e.g."_s,
+        u"can"_s,         u"you"_s,     u"amazing"_s, u"had had"_s, u"cube and eighties"_s,
+        u"c plus plus"_s, u"don't"_s,   u"it's"_s,    u"Zoë"_s,     u"naïve"_s,
+        u"constructor"_s};
+    const QStringList marks{u""_s, u""_s, u""_s, u""_s, u","_s, u"."_s, u"?"_s, u"!"_s, u"…"_s};
+    DictationIntelligence intelligence(sources);
+    std::mt19937 random(1123);
+    for (int round = 0; round < 300; ++round) {
+        QStringList said;
+        const int count = 1 + int(random() % 14);
+        for (int i = 0; i < count; ++i)
+            said << words[int(random() % words.size())] + marks[int(random() % marks.size())];
+        const QString text = said.join(u' ');
+        FinishingContext context = randomContext(random);
+        if (context.style == DictationStyle::exact || context.replyAssist)
+            continue;
+        SCOPED_TRACE(text.toStdString() + " / " + rawValue(context.style).toString().toStdString() +
+                     " / " + rawValue(context.language).toString().toStdString());
+        const auto finished = intelligence.finish(text, context);
+        ASSERT_TRUE(finished) << finished.error().message().toStdString();
+        const auto again = intelligence.finish(finished->transcript, context);
+        ASSERT_TRUE(again);
+        EXPECT_EQ(again->transcript, finished->transcript);
+    }
 }

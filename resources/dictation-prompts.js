@@ -198,7 +198,8 @@ function cleanupIsSafeForMode(rawTranscript, candidate, mode) {
     if (foldForComparison(text) === "")
         return false;
     // "Sure, …" is the speaker's only when they said it (fillers aside).
-    var rawWithoutFillers = cleanSpeechDisfluencies(raw, { cleanupMode: "light", language: "auto" });
+    var opening = tokensOf(raw.slice(0, 200)).slice(0, 8).join(" ");
+    var rawWithoutFillers = cleanSpeechDisfluencies(opening, { cleanupMode: "light", language: "auto" });
     if (ASSISTANT_OPENING.test(text) && !ASSISTANT_OPENING.test(rawWithoutFillers))
         return false;
     // Exact keeps fillers, so a model that drops them has dropped words.

@@ -14,7 +14,6 @@ var WORD_CHARS =
     "\\u0620-\\u064A\\u064B-\\u065F\\u0660-\\u0669\\u066E-\\u06D3\\u06D5-\\u06FF" +
     "\\u0900-\\u0963\\u0966-\\u097F\\u0E01-\\u0E5B\\u1100-\\u11FF\\u1E00-\\u1EFF" +
     "\\u3040-\\u30FF\\u3130-\\u318F\\u3400-\\u4DBF\\u4E00-\\u9FFF\\uAC00-\\uD7AF";
-var WORD_CHAR = new RegExp("[" + WORD_CHARS + "]");
 var TOKEN_PARTS = new RegExp("^([^" + WORD_CHARS + "]*)(.*?)([^" + WORD_CHARS + "]*)$");
 var UPPER_START = /^[A-Z\u00C0-\u00D6\u00D8-\u00DE\u0391-\u03A9\u0400-\u042F]/;
 
@@ -188,8 +187,7 @@ function isDoubledStutter(previous, current) {
 
 function removeInWordStutter(core) {
     // "b-b-but" → "but"; only one-letter fragments, so "re-read" stays.
-    var m = /^(?:([^\s-])-)+(.+)$/.exec(core);
-    if (!m)
+    if (!/^(?:[^\s-]-)+.+$/.test(core))
         return core;
     var fragments = core.split("-");
     var last = fragments[fragments.length - 1];

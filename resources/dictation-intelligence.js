@@ -605,7 +605,7 @@ function reliableDictationTranscript(text, options) {
 
 var ABBREVIATIONS = table({ "e.g": true, "i.e": true, "etc": true, "vs": true, "cf": true, "approx": true,
                       "z.b": true, "d.h": true, "usw": true, "p.ej": true, "bzw": true });
-var ENTHUSIASM = /\b(amazing|awesome|fantastic|incredible|wonderful|brilliant|excellent|congrat(?:ulation)?s|wow|yay|hooray|love it|can['’]t wait|cannot wait|so excited|so happy|thrilled|great news|woohoo|unbelievable)\b/i;
+var ENTHUSIASM = /\b(amazing|awesome|fantastic|incredible|wonderful|brilliant|excellent|congrat(?:ulation)?s|wow|yay|hooray|love it|can['’]t wait|cannot wait|so excited|so happy|thrilled|great news|woohoo|unbelievable|génial|incroyable|félicitations|genial|increíble|fantástico|felicidades|toll|wahnsinn|fantastisch|glückwunsch|fantastico|incredibile|complimenti|incrível|parabéns|geweldig|gefeliciteerd)\b/i;
 
 function sentenceMarks(language) {
     if (language === "ja" || language === "zh")

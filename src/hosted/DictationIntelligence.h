@@ -27,6 +27,9 @@ struct FinishingContext {
     QString contextAfter;
     QString conversationContext;
     bool replyAssist = false;
+    // The recorder heard speech: a lone courtesy phrase ("Thank you.") is then
+    // kept rather than taken for what recognisers write on silence.
+    bool speechHeard = false;
 };
 
 struct FinishedText {
@@ -38,8 +41,8 @@ struct FinishedText {
 
 class DictationIntelligence {
 public:
-    // `resourceDirectory` holds the two scripts; empty means the installed
-    // resources folder.
+    // `resourceDirectory` holds the two scripts; empty means
+    // defaultResourceDirectory().
     explicit DictationIntelligence(QString resourceDirectory = {});
     ~DictationIntelligence();
 
@@ -67,6 +70,13 @@ public:
     // the command line.
     std::expected<Json, TranscriptionServiceError> call(const QString& function,
                                                         const Json& arguments);
+
+    static inline const QString intelligenceScript = QStringLiteral("dictation-intelligence.js");
+    static inline const QString promptsScript = QStringLiteral("dictation-prompts.js");
+
+    // Beside the executable: "../share/parlevo" once installed; in a build
+    // tree, where that folder does not exist, the source tree's resources.
+    static QString defaultResourceDirectory();
 
 private:
     struct Engine;

@@ -1,0 +1,107 @@
+#include "CommandSupport.h"
+
+#include "hosted/DictationIntelligence.h"
+#include "model/AppDataStore.h"
+
+#include <QFile>
+
+#include <cstdio>
+
+// "parlevo finish": the local engines' finishing pass on text from standard
+// input, with the user's Words and settings; options override the settings.
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace quendra {
+
+namespace {
+
+const CommandHelp finishHelp{
+    u"finish [--style RAW] [--language CODE] [--reply-assist] [--json]"_s,
+    u"Reads a raw transcript on standard input and prints it finished as the local\n"
+    "engines finish it: fillers and stutters removed, your Words applied, spacing,\n"
+    "capitals and punctuation for the style. --style is one of exact, clean, polished,\n"
+    "excited, casual, prompt; --language a language code such as en or auto (both\n"
+    "default to your settings); --reply-assist composes “Tell them …” as a reply;\n"
+    "--json prints the finished text with its raw and trigger forms."_s};
+
+template <RawValueEnum E>
+QString rawValueList() {
+    QStringList names;
+    for (E value : allCases<E>())
+        names << rawValue(value).toString();
+    return names.join(u", "_s);
+}
+
+int finish(Invocation& in, QTextStream& input) {
+    UserDefaults defaults;
+    AppDataStore store(defaults);
+    FinishingContext context;
+    context.style = store.dictationStyle();
+    context.language = store.dictationLanguage();
+    context.replyAssist = store.replyAssist() || in.flag(u"reply-assist"_s);
+    context.dictionary = store.dictionaryEntries();
+    // Piped text comes with no recording, so nothing says speech was heard:
+    // it is judged as a transcript of silence would be.
+    if (const QStringList styles = in.values(u"style"_s); !styles.isEmpty()) {
+        const auto style = fromRawValue<DictationStyle>(styles.last());
+        if (!style)
+            return in.usageError(u"“%1” is not a style; use one of %2"_s.arg(
+                styles.last(), rawValueList<DictationStyle>()));
+        context.style = *style;
+    }
+    if (const QStringList codes = in.values(u"language"_s); !codes.isEmpty()) {
+        const auto language = fromRawValue<DictationLanguage>(codes.last());
+        if (!language)
+            return in.usageError(u"“%1” is not a language code; use one of %2"_s.arg(
+                codes.last(), rawValueList<DictationLanguage>()));
+        context.language = *language;
+    }
+
+    const QString raw = input.readAll();
+    DictationIntelligence intelligence;
+    const auto finished = intelligence.finish(raw, context);
+    if (!finished)
+        return in.failure(finished.error().message());
+    if (in.flag(u"json"_s)) {
+        const Json result{
+            {"transcript", finished->transcript},
+            {"rawTranscript", raw.trimmed()},
+            {"triggerTranscript", finished->triggerTranscript},
+            {"reliable", finished->reliable},
+            {"formattingFallback", finished->formattingFallback},
+            {"style", rawValue(context.style).toString()},
+            {"language", rawValue(context.language).toString()},
+        };
+        in.out << QString::fromUtf8(jsonBytes(result, 2)) << Qt::endl;
+        return int(finished->reliable ? ExitStatus::success : ExitStatus::failure);
+    }
+    if (!finished->reliable)
+        return in.failure(u"No clear speech was detected."_s);
+    in.out << finished->transcript << Qt::endl;
+    return int(ExitStatus::success);
+}
+
+} // namespace
+
+int runFinishCommand(const QStringList& arguments, QTextStream& input, QTextStream& out,
+                     QTextStream& err) {
+    Invocation invocation(u"finish"_s, arguments, out, err);
+    if (!invocation.parse(finishHelp, 0, {u"reply-assist"_s, u"json"_s},
+                          {u"style"_s, u"language"_s}))
+        return int(ExitStatus::usage);
+    if (invocation.helpRequested())
+        return invocation.printHelp(finishHelp);
+    return finish(invocation, input);
+}
+
+int runFinishCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+    QFile standardInput;
+    if (!standardInput.open(stdin, QIODevice::ReadOnly))
+        return int(ExitStatus::failure);
+    QTextStream input(&standardInput);
+    input.setEncoding(QStringConverter::Utf8);
+    return runFinishCommand(arguments, input, out, err);
+}
+
+} // namespace quendra

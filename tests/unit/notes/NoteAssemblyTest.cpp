@@ -34,9 +34,7 @@ struct Conversation {
 };
 
 Conversation loadConversation() {
-    const QString path = QFileInfo(QString::fromUtf8(__FILE__))
-                             .dir()
-                             .filePath(u"../../fixtures/notes/call-words.json"_s);
+    const QString path = QStringLiteral(QUENDRA_FIXTURES "/notes/call-words.json");
     QFile file(path);
     EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
     const auto json = parseJson(file.readAll());

@@ -7,6 +7,7 @@
 #include <QNetworkCookieJar>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QSslError>
 
 #include <qcoro/qcoronetworkreply.h>
 
@@ -104,6 +105,12 @@ QCoro::Task<HostedResult<HostedReply>> HostedClient::send(QString path, Json bod
     request.setSslConfiguration(options.tls);
 
     std::unique_ptr<QNetworkReply, ReplyDeleter> reply(manager->post(request, jsonBytes(body)));
+    QObject::connect(reply.get(), &QNetworkReply::sslErrors,
+                     [path](const QList<QSslError>& errors) {
+                         for (const QSslError& error : errors)
+                             qCInfo(hostedLog) << "call to" << path
+                                               << "refused a certificate:" << error.errorString();
+                     });
     bool cancelledByCaller = false;
     int hook = 0;
     if (cancel) {

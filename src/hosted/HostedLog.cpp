@@ -2,6 +2,6 @@
 
 namespace quendra {
 
-Q_LOGGING_CATEGORY(hostedLog, "com.orvane.quendra.mac.hosted")
+Q_LOGGING_CATEGORY(hostedLog, "com.orvane.quendra.mac.hosted", QtInfoMsg)
 
 } // namespace quendra

@@ -4,6 +4,8 @@
 #include "HostedReply.h"
 #include "model/UserDefaults.h"
 
+#include <QSslCertificate>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
@@ -21,6 +23,18 @@ QUrl serviceBaseURL(const UserDefaults& defaults) {
     qCWarning(hostedLog) << "serviceBaseURL is not an https URL with a host; using"
                          << productionBaseURL().toString();
     return productionBaseURL();
+}
+
+QSslConfiguration serviceTlsConfiguration() {
+    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+    const QString bundle = qEnvironmentVariable("SSL_CERT_FILE");
+    if (bundle.isEmpty())
+        return tls;
+    const QList<QSslCertificate> authorities = QSslCertificate::fromPath(bundle);
+    if (authorities.isEmpty())
+        qCWarning(hostedLog) << "SSL_CERT_FILE holds no certificates:" << bundle;
+    tls.setCaCertificates(authorities);
+    return tls;
 }
 
 } // namespace quendra

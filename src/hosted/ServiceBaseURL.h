@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QSslConfiguration>
 #include <QUrl>
 
 namespace quendra {
@@ -13,5 +14,9 @@ QUrl productionBaseURL();
 // The defaults key "serviceBaseURL" when it holds an https URL with a host;
 // otherwise the built-in one (with a warning when the key held something else).
 QUrl serviceBaseURL(const UserDefaults& defaults);
+
+// The system's trusted authorities, or only those of the bundle named by
+// SSL_CERT_FILE when it is set, as OpenSSL programs do (Qt alone ignores it).
+QSslConfiguration serviceTlsConfiguration();
 
 } // namespace quendra

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Runs a command against a throw-away gnome-keyring on a private session bus,
 # with its login collection unlocked by a throw-away password.
-# Usage: keyring.sh COMMAND [ARGS...]
-set -euo pipefail
-source "$(dirname "$0")/common.sh"
+# Usage: keyring.sh COMMAND [ARGS...], or source it and call harness_keyring
+# after harness_home and harness_bus.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 harness_secrets_ready() {
     dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
@@ -21,7 +21,10 @@ harness_keyring() {
     }
 }
 
-harness_home
-harness_bus
-harness_keyring
-"$@"
+if [ "${BASH_SOURCE[0]}" = "$0" ]; then
+    set -euo pipefail
+    harness_home
+    harness_bus
+    harness_keyring
+    "$@"
+fi

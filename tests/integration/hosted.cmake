@@ -8,3 +8,10 @@ if(TARGET quendra_platform_linux AND TARGET quendra_hosted)
              COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/harness/keyring.sh $<TARGET_FILE:test_keyring>)
     set_tests_properties(integration.keyring PROPERTIES LABELS "integration;hosted" TIMEOUT 60)
 endif()
+
+if(TARGET parlevo)
+    add_test(NAME integration.account_cli
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/account_cli.sh $<TARGET_FILE:parlevo>
+                     ${CMAKE_CURRENT_SOURCE_DIR}/fixtures/hosted_standin.py)
+    set_tests_properties(integration.account_cli PROPERTIES LABELS "integration;hosted" TIMEOUT 90)
+endif()

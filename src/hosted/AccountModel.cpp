@@ -30,7 +30,7 @@ QCoro::Task<> AccountModel::signOut() {
 
 QCoro::Task<std::expected<QString, QString>> AccountModel::deleteAccount(QString confirmation) {
     if (confirmation != deleteConfirmationWord)
-        co_return std::unexpected(u"Type DELETE to confirm"_s);
+        co_return std::unexpected(deletePlaceholder);
     if (tokens.status() == HostedTokenStore::Status::accessCode)
         co_return std::unexpected(
             u"An access code has no account to delete. Remove it with Sign out."_s);

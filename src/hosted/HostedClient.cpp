@@ -8,6 +8,7 @@
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QSslError>
+#include <QThread>
 
 #include <qcoro/qcoronetworkreply.h>
 
@@ -77,6 +78,7 @@ QUrl HostedClient::endpoint(const QString& path) const {
 QCoro::Task<HostedResult<HostedReply>> HostedClient::send(QString path, Json body,
                                                           Authorization authorization,
                                                           int timeoutSec, CancelRef cancel) {
+    Q_ASSERT(QThread::currentThread() == manager->thread());
     if (cancel && cancel->isCancelled())
         co_return std::unexpected(HostedError::of(HostedError::Kind::cancelled));
 

@@ -2,6 +2,7 @@
 
 #include "CancelToken.h"
 #include "HostedBearer.h"
+#include "HostedDictation.h"
 #include "HostedReply.h"
 
 #include <QSslConfiguration>
@@ -17,9 +18,6 @@ class QNetworkAccessManager;
 
 namespace quendra {
 
-template <typename T>
-using HostedResult = std::expected<T, HostedError>;
-
 struct HostedClientOptions {
     QUrl baseURL;
     // Asked once per call that needs the stored sign-in.
@@ -32,10 +30,10 @@ struct HostedClientOptions {
 // The one client of the hosted service: a JSON POST per call, redirects never
 // followed (the bearer must not reach another host), no cookies, no cache.
 // Main thread; calls may overlap; the client must outlive its calls.
-class HostedClient {
+class HostedClient final : public HostedDictation {
 public:
     explicit HostedClient(HostedClientOptions options);
-    ~HostedClient();
+    ~HostedClient() override;
     HostedClient(const HostedClient&) = delete;
     HostedClient& operator=(const HostedClient&) = delete;
 
@@ -52,7 +50,7 @@ public:
     QCoro::Task<> signOut(QString token);
     QCoro::Task<HostedResult<bool>> deleteAccount(CancelRef cancel = {});
     QCoro::Task<HostedResult<HostedDictationResult>> dictate(HostedDictationRequest request,
-                                                             CancelRef cancel = {});
+                                                             CancelRef cancel = {}) override;
     QCoro::Task<HostedResult<HostedNoteTranscript>> transcribeNote(QByteArray wav, QString language,
                                                                    CancelRef cancel = {});
     QCoro::Task<HostedResult<HostedSummary>> summarize(QList<HostedSummaryPart> parts,

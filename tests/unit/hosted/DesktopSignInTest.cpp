@@ -3,6 +3,7 @@
 
 #include "hosted/DesktopSignIn.h"
 #include "StandIn.h"
+#include "fakes/RecordingUrlOpener.h"
 #include "hosted/AccountModel.h"
 #include "platform/MemoryCredentials.h"
 #include "support/TestSupport.h"
@@ -70,7 +71,7 @@ protected:
         DesktopSignIn flow(client, tokens, clock, [] { return verifier; });
         return run(flow.run(
             u"Parlevo on test-host"_s,
-            [this](const DesktopSignInStart& start) { opened = start.authURL; }, cancel));
+            [this](const DesktopSignInStart& start) { browser.open(start.authURL); }, cancel));
     }
 
     testing::StandIn standIn;
@@ -79,7 +80,7 @@ protected:
     HostedClient client{
         HostedClientOptions{standIn.baseURL(), [this] { return tokens.bearer(); }, standIn.tls()}};
     PretendClock clock;
-    QUrl opened;
+    RecordingUrlOpener browser;
 };
 
 TEST(SignInVerifier, IsFortyThreeBase64UrlCharactersAndFreshEachTime) {
@@ -102,7 +103,7 @@ TEST_F(DesktopSignInTest, SignsInAfterPendingAndRateLimitedPolls) {
     const SignInOutcome outcome = signIn();
     EXPECT_EQ(outcome.kind, Outcome::signedIn) << outcome.message().toStdString();
     EXPECT_EQ(outcome.account.email, u"ada@example.org"_s);
-    EXPECT_EQ(opened, QUrl(u"https://accounts.example/desktop?poll=7"_s));
+    EXPECT_EQ(browser.opened, QList<QUrl>{QUrl(u"https://accounts.example/desktop?poll=7"_s)});
     // Doubling, the server's delay when longer, never above 30 s.
     EXPECT_EQ(clock.waits, (QList<double>{2, 2, 2, 4, 20, 30}));
     EXPECT_EQ(tokens.status(), HostedTokenStore::Status::session);
@@ -165,7 +166,7 @@ TEST_F(DesktopSignInTest, AStartThatFailsSaysWhy) {
     EXPECT_EQ(signIn().message(), u"Too many sign-in attempts. Wait a minute and try again."_s);
     EXPECT_EQ(signIn().message(), u"Sign-in couldn’t start. Try again shortly."_s);
     EXPECT_EQ(signIn().message(), u"Sign-in couldn’t start. Try again shortly."_s);
-    EXPECT_TRUE(opened.isEmpty());
+    EXPECT_TRUE(browser.opened.isEmpty());
 
     HostedClient nowhere(
         HostedClientOptions{QUrl(u"https://127.0.0.1:1/api/"_s), {}, standIn.tls()});

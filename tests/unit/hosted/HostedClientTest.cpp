@@ -347,8 +347,8 @@ TEST_F(HostedClientTest, MissingOrLockedCredentialsFailBeforeAnyTraffic) {
 TEST_F(HostedClientTest, EachCallHasItsOwnTimeOut) {
     // Time-outs shortened a hundredfold: me() waits 0.2 s, dictate() 1.25 s.
     standIn.script(Json::array(
-        {{{"path", "account"}, {"delaySec", 0.8}, {"json", {{"account", Json::object()}}}},
-         {{"path", "dictate"}, {"delaySec", 0.5}, {"json", {{"transcript", "late but fine"}}}}}));
+        {{{"path", "account"}, {"delaySec", 1.0}, {"json", {{"account", Json::object()}}}},
+         {{"path", "dictate"}, {"delaySec", 0.4}, {"json", {{"transcript", "late but fine"}}}}}));
     auto client = makeClient({}, 0.01);
     EXPECT_EQ(run(client.me()).error(), HostedError::of(Kind::offline));
     auto dictated = run(client.dictate({}));

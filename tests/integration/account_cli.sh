@@ -88,8 +88,8 @@ for r in json.load(sys.stdin)["requests"]:
 check "sign-out revoked the session with the service" "Bearer $session" "$revoked"
 
 run account code "$code" >/dev/null
-gdbus call --session --dest org.freedesktop.secrets --object-path /org/freedesktop/secrets \
-    --method org.freedesktop.Secret.Service.Lock "['/org/freedesktop/secrets/collection/login']" \
+dbus-send --session --print-reply --dest=org.freedesktop.secrets /org/freedesktop/secrets \
+    org.freedesktop.Secret.Service.Lock array:objpath:/org/freedesktop/secrets/collection/login \
     >/dev/null
 check "a locked keyring reads as locked" '{"status":"locked"}' "$(status)"
 

@@ -18,6 +18,7 @@ const QString overview =
     "  parlevo history ...     the history of your dictations\n"
     "  parlevo notes ...       recorded calls and meetings\n"
     "  parlevo finish          finish a raw transcript from standard input as dictation\n"
+    "  parlevo account ...     your Parlevo sign-in: status, browser sign-in, access codes\n"
     "\n"
     "Run “parlevo COMMAND --help” for the commands of each group. The command line\n"
     "reads and writes the same data as the application, and needs no display."_s;
@@ -35,6 +36,8 @@ GroupRunner groupRunner(const QString& name) {
         return runNotesCommand;
     if (name == u"finish"_s)
         return runFinishCommand;
+    if (name == u"account"_s)
+        return runAccountCommand;
     return nullptr;
 }
 

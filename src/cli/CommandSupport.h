@@ -67,6 +67,7 @@ int runNotesCommand(const QStringList& arguments, QTextStream& out, QTextStream&
 int runFinishCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
 int runFinishCommand(const QStringList& arguments, QTextStream& input, QTextStream& out,
                      QTextStream& err);
+int runAccountCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
 
 // Dispatches "group sub ..." to the handler named by the first argument;
 // prints the group's help or a usage error otherwise.

@@ -44,7 +44,10 @@ PA
     # each monitor keeps them rendering in small steps.
     harness_spawn speaker-reader parec --latency-msec=10 -d speaker.monitor --raw
     harness_spawn micfeed-reader parec --latency-msec=10 -d micfeed.monitor --raw
-    harness_wait 5 sh -c 'pactl list short source-outputs | grep -q .'
+    harness_spawn mic-reader parec --latency-msec=10 -d mic --raw
+    harness_wait 5 sh -c '[ "$(pactl list short source-outputs | wc -l)" -ge 4 ]'
+    # A render block begun before the readers came may still run for 2 s.
+    sleep 2.1
 }
 
 sound_play_mic() { paplay -d micfeed "$@"; }

@@ -24,7 +24,10 @@ double monotonicSeconds() {
 
 AudioRecorder::AudioRecorder(AudioSourceFactory& sources, MicrophonePermission& permission,
                              IdleInhibitor* idle, Options options)
-    : sources(sources), permission(permission), idle(idle), options(std::move(options)) {
+    : sources(sources)
+    , permission(permission)
+    , idle(idle)
+    , options(std::move(options)) {
     if (!this->options.uptime)
         this->options.uptime = monotonicSeconds;
     timer.setInterval(this->options.pollIntervalMs);
@@ -35,14 +38,18 @@ AudioRecorder::AudioRecorder(AudioSourceFactory& sources, MicrophonePermission& 
                              IdleInhibitor* idle)
     : AudioRecorder(sources, permission, idle, Options{}) {}
 
-AudioRecorder::~AudioRecorder() { stop(); }
+AudioRecorder::~AudioRecorder() {
+    stop();
+}
 
 QString AudioRecorder::temporaryFilePath() {
     const QString uuid = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
     return QDir(QDir::tempPath()).filePath(u"quendra-"_s + uuid + u".wav"_s);
 }
 
-bool AudioRecorder::requestPermission() { return permission.request(); }
+bool AudioRecorder::requestPermission() {
+    return permission.request();
+}
 
 std::expected<void, AudioRecorderError> AudioRecorder::start(std::optional<QString> path) {
     if (isRecording())
@@ -116,9 +123,13 @@ void AudioRecorder::clearFile() {
     QFile::remove(*fileURL + u".progress.json"_s);
 }
 
-double AudioRecorder::level() const { return writer ? writer->snapshot().level : 0.0; }
+double AudioRecorder::level() const {
+    return writer ? writer->snapshot().level : 0.0;
+}
 
-double AudioRecorder::elapsedSeconds() const { return writer ? writer->snapshot().seconds : 0.0; }
+double AudioRecorder::elapsedSeconds() const {
+    return writer ? writer->snapshot().seconds : 0.0;
+}
 
 void AudioRecorder::poll() {
     if (!source)

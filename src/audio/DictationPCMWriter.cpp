@@ -12,7 +12,9 @@ namespace {
 Q_LOGGING_CATEGORY(writerLog, "com.orvane.quendra.mac.audio")
 }
 
-QString DictationPCMWriter::queueLabel() { return u"com.orvane.parlevo.dictation-audio"_s; }
+QString DictationPCMWriter::queueLabel() {
+    return u"com.orvane.parlevo.dictation-audio"_s;
+}
 
 std::expected<std::unique_ptr<DictationPCMWriter>, QString>
 DictationPCMWriter::create(const QString& path, FreeSpaceProbe freeSpace) {
@@ -24,10 +26,14 @@ DictationPCMWriter::create(const QString& path, FreeSpaceProbe freeSpace) {
 }
 
 DictationPCMWriter::DictationPCMWriter(WaveFileWriter wave, QString path, FreeSpaceProbe freeSpace)
-    : path(std::move(path)), freeSpace(std::move(freeSpace)), writer(std::move(wave)),
-      queue(queueLabel()) {}
+    : path(std::move(path))
+    , freeSpace(std::move(freeSpace))
+    , writer(std::move(wave))
+    , queue(queueLabel()) {}
 
-DictationPCMWriter::~DictationPCMWriter() { stop(); }
+DictationPCMWriter::~DictationPCMWriter() {
+    stop();
+}
 
 qint16 DictationPCMWriter::convert(float sample) {
     const double scaled = std::clamp(double(sample) * 32767.0, -32768.0, 32767.0);
@@ -36,9 +42,8 @@ qint16 DictationPCMWriter::convert(float sample) {
 
 void DictationPCMWriter::append(std::span<const float> samples) {
     // The audio thread only copies; everything else happens on the queue.
-    queue.async([this, block = std::vector<float>(samples.begin(), samples.end())] {
-        process(block);
-    });
+    queue.async(
+        [this, block = std::vector<float>(samples.begin(), samples.end())] { process(block); });
 }
 
 void DictationPCMWriter::process(const std::vector<float>& samples) {

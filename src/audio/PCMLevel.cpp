@@ -13,7 +13,9 @@ double rms(std::span<const float> samples) {
     return std::sqrt(sum / double(samples.size()));
 }
 
-double decibels(double rms) { return rms > 0.0 ? 20.0 * std::log10(rms) : -160.0; }
+double decibels(double rms) {
+    return rms > 0.0 ? 20.0 * std::log10(rms) : -160.0;
+}
 
 double meter(double rms) {
     if (rms <= 0.0)

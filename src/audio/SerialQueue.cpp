@@ -4,7 +4,8 @@
 
 namespace quendra {
 
-SerialQueue::SerialQueue(QString label) : name(std::move(label)) {
+SerialQueue::SerialQueue(QString label)
+    : name(std::move(label)) {
     worker = std::thread([this] { run(); });
     const QByteArray threadName = name.section(QLatin1Char('.'), -1).left(15).toUtf8();
     pthread_setname_np(worker.native_handle(), threadName.constData());

@@ -16,8 +16,8 @@ namespace {
 void store(NotesStore& notes, const QUuid& id, const NoteRecorder::Event& event) {
     if (const auto* opened = std::get_if<NoteRecorder::SectionOpened>(&event)) {
         (void)notes.update(id, [&](Note& note) {
-            note.sections << NoteSection{.index = opened->index, .startMs = opened->startMs,
-                                         .endMs = opened->startMs};
+            note.sections << NoteSection{
+                .index = opened->index, .startMs = opened->startMs, .endMs = opened->startMs};
         });
     } else if (const auto* closed = std::get_if<NoteRecorder::RecordedSection>(&event)) {
         (void)notes.update(id, [&](Note& note) {
@@ -83,7 +83,8 @@ int recordNote(Invocation& in) {
     }
     if (started->notice)
         in.err << *started->notice << Qt::endl;
-    in.err << u"Recording note %1; press Ctrl+C to stop."_s.arg(note.id.toString(QUuid::WithoutBraces))
+    in.err << u"Recording note %1; press Ctrl+C to stop."_s.arg(
+                  note.id.toString(QUuid::WithoutBraces))
            << Qt::endl;
 
     const qint64 limitMs = qint64(*limit * 1000);

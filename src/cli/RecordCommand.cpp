@@ -74,8 +74,9 @@ int runRecordCommand(const QStringList& arguments, QTextStream& out, QTextStream
                .arg(capture->hasSpeech ? u"speech was heard."_s : u"no speech was heard."_s)
         << Qt::endl;
     if (unexpected)
-        return in.failure(u"Recording stopped unexpectedly. The audio captured so far is saved in %1."_s
-                              .arg(capture->path));
+        return in.failure(
+            u"Recording stopped unexpectedly. The audio captured so far is saved in %1."_s.arg(
+                capture->path));
     return 0;
 }
 

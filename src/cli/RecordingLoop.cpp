@@ -11,7 +11,9 @@ std::atomic<bool> stopRequested = false;
 struct sigaction previousInterrupt {};
 struct sigaction previousTerminate {};
 
-void requestStop(int) { stopRequested = true; }
+void requestStop(int) {
+    stopRequested = true;
+}
 
 } // namespace
 
@@ -46,8 +48,12 @@ void RecordingLoop::run() {
     timer.stop();
 }
 
-void RecordingLoop::finish() { loop.quit(); }
+void RecordingLoop::finish() {
+    loop.quit();
+}
 
-bool RecordingLoop::interrupted() const { return stopRequested; }
+bool RecordingLoop::interrupted() const {
+    return stopRequested;
+}
 
 } // namespace quendra

@@ -22,10 +22,12 @@ QString NoteRecorder::systemAudioLostNotice() {
     return u"This computer’s audio couldn’t be captured, so only your microphone is recorded."_s;
 }
 
-NoteRecorder::NoteRecorder(AudioSourceFactory& sources, int levelIntervalMs) : sources(sources) {
+NoteRecorder::NoteRecorder(AudioSourceFactory& sources, int levelIntervalMs)
+    : sources(sources) {
     levelTimer.setInterval(levelIntervalMs);
-    QObject::connect(&levelTimer, &QTimer::timeout, this,
-                     [this] { deliver(Levels{microphoneLevel.load(), systemLevel.load()}); });
+    QObject::connect(&levelTimer, &QTimer::timeout, this, [this] {
+        deliver(Levels{microphoneLevel.load(), systemLevel.load()});
+    });
 }
 
 NoteRecorder::~NoteRecorder() {
@@ -62,8 +64,7 @@ NoteRecorder::start(const StartRequest& request) {
     writer->onFailure = [this](const QString& message) { reportFailure(message); };
     if (const auto opened = writer->start(); !opened) {
         writer.reset();
-        return std::unexpected(
-            StartFailure{std::nullopt, SectionWriter::writeFailureMessage()});
+        return std::unexpected(StartFailure{std::nullopt, SectionWriter::writeFailureMessage()});
     }
 
     SectionWriter* sections = writer.get();

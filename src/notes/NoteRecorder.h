@@ -51,8 +51,7 @@ public:
     struct Notice {
         QString message;
     };
-    using Event =
-        std::variant<SectionOpened, RecordedSection, Checkpoint, Levels, Failure, Notice>;
+    using Event = std::variant<SectionOpened, RecordedSection, Checkpoint, Levels, Failure, Notice>;
 
     struct StartRequest {
         QUuid noteID;

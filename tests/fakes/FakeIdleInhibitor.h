@@ -11,7 +11,10 @@ class FakeIdleInhibitor final : public IdleInhibitor {
 public:
     class FakeHold final : public Hold {
     public:
-        explicit FakeHold(int& alive) : alive(alive) { ++alive; }
+        explicit FakeHold(int& alive)
+            : alive(alive) {
+            ++alive;
+        }
         ~FakeHold() override { --alive; }
 
     private:

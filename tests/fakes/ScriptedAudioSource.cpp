@@ -23,7 +23,8 @@ void ScriptedAudioSource::stop() {
 
 void ScriptedAudioSource::deliver(std::span<const float> samples, qsizetype blockSamples) {
     for (std::size_t at = 0; at < samples.size() && isRunning; at += std::size_t(blockSamples)) {
-        const std::size_t count = std::min<std::size_t>(std::size_t(blockSamples), samples.size() - at);
+        const std::size_t count =
+            std::min<std::size_t>(std::size_t(blockSamples), samples.size() - at);
         if (onSamples)
             onSamples(samples.subspan(at, count));
     }
@@ -42,7 +43,8 @@ void ScriptedAudioSource::fail(const QString& detail) {
         onFailure(detail);
 }
 
-std::unique_ptr<AudioSource> ScriptedAudioSourceFactory::microphone(const MicrophoneOptions& options) {
+std::unique_ptr<AudioSource>
+ScriptedAudioSourceFactory::microphone(const MicrophoneOptions& options) {
     microphoneRequests << options;
     auto source = std::make_unique<ScriptedAudioSource>(u"Microphone"_s, microphoneStartError);
     lastMicrophone = source.get();
@@ -51,7 +53,8 @@ std::unique_ptr<AudioSource> ScriptedAudioSourceFactory::microphone(const Microp
 
 std::unique_ptr<AudioSource> ScriptedAudioSourceFactory::computerAudio() {
     ++computerAudioRequests;
-    auto source = std::make_unique<ScriptedAudioSource>(u"Computer audio"_s, computerAudioStartError);
+    auto source =
+        std::make_unique<ScriptedAudioSource>(u"Computer audio"_s, computerAudioStartError);
     lastComputerAudio = source.get();
     return source;
 }

@@ -14,7 +14,8 @@ namespace quendra {
 class ScriptedAudioSource final : public AudioSource {
 public:
     explicit ScriptedAudioSource(QString name, std::optional<QString> startError = std::nullopt)
-        : name(std::move(name)), startError(std::move(startError)) {}
+        : name(std::move(name))
+        , startError(std::move(startError)) {}
     ~ScriptedAudioSource() override;
 
     std::expected<void, QString> start() override;

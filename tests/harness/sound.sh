@@ -40,11 +40,13 @@ PA
     export SOUND_MIC_MODULE="$sound_mic_module"
     pactl set-default-source mic
 
-    # Idle null sinks render in blocks of seconds; a tiny low-latency reader on
-    # each monitor keeps them rendering in small steps.
-    harness_spawn speaker-reader parec --latency-msec=10 -d speaker.monitor --raw
-    harness_spawn micfeed-reader parec --latency-msec=10 -d micfeed.monitor --raw
-    harness_spawn mic-reader parec --latency-msec=10 -d mic --raw
+    # Idle null sinks render in blocks of seconds, so a new recorder's first
+    # data could come 2 s late: a reader on each monitor keeps them rendering
+    # in small steps. Its 50 ms match the recorders' own fragments; a shorter
+    # latency would wake every recorder more often than a real device does.
+    harness_spawn speaker-reader parec --latency-msec=50 -d speaker.monitor --raw
+    harness_spawn micfeed-reader parec --latency-msec=50 -d micfeed.monitor --raw
+    harness_spawn mic-reader parec --latency-msec=50 -d mic --raw
     harness_wait 5 sh -c '[ "$(pactl list short source-outputs | wc -l)" -ge 4 ]'
     # A render block begun before the readers came may still run for 2 s.
     sleep 2.1

@@ -20,7 +20,8 @@ Q_LOGGING_CATEGORY(inhibitLog, "com.orvane.quendra.mac.audio")
 // logind keeps the inhibition for as long as its descriptor is open.
 class LogindHold final : public IdleInhibitor::Hold {
 public:
-    explicit LogindHold(int fd) : fd(fd) {}
+    explicit LogindHold(int fd)
+        : fd(fd) {}
     ~LogindHold() override { ::close(fd); }
 
 private:

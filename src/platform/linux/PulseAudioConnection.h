@@ -18,7 +18,10 @@ class PulseAudioConnection {
 public:
     class Lock {
     public:
-        explicit Lock(pa_threaded_mainloop* loop) : loop(loop) { pa_threaded_mainloop_lock(loop); }
+        explicit Lock(pa_threaded_mainloop* loop)
+            : loop(loop) {
+            pa_threaded_mainloop_lock(loop);
+        }
         ~Lock() { pa_threaded_mainloop_unlock(loop); }
         Lock(const Lock&) = delete;
         Lock& operator=(const Lock&) = delete;

@@ -23,10 +23,13 @@ constexpr pa_usec_t followDelayUsec = 50'000;
 
 PulseAudioSource::PulseAudioSource(Kind kind, MicrophoneOptions options,
                                    std::shared_ptr<bool> voiceProcessingRefused)
-    : kind(kind), options(std::move(options)),
-      voiceProcessingRefused(std::move(voiceProcessingRefused)) {}
+    : kind(kind)
+    , options(std::move(options))
+    , voiceProcessingRefused(std::move(voiceProcessingRefused)) {}
 
-PulseAudioSource::~PulseAudioSource() { stop(); }
+PulseAudioSource::~PulseAudioSource() {
+    stop();
+}
 
 QString PulseAudioSource::displayName() const {
     if (kind == Kind::computerAudio)
@@ -74,8 +77,8 @@ std::expected<void, QString> PulseAudioSource::start() {
         return {};
     stopped = false;
     failed = false;
-    auto opened = PulseAudioConnection::open(kind == Kind::microphone ? u"Parlevo microphone"_s
-                                                                      : u"Parlevo computer audio"_s);
+    auto opened = PulseAudioConnection::open(
+        kind == Kind::microphone ? u"Parlevo microphone"_s : u"Parlevo computer audio"_s);
     if (!opened)
         return std::unexpected(opened.error());
     connection = std::move(*opened);

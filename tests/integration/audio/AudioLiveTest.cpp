@@ -64,7 +64,9 @@ class AudioLiveTest : public ::testing::Test {
 protected:
     AudioLiveTest() { ensureCoreApplication(); }
 
-    void SetUp() override { ASSERT_TRUE(QFile::exists(firstClip)) << "pocketsphinx-testdata is needed"; }
+    void SetUp() override {
+        ASSERT_TRUE(QFile::exists(firstClip)) << "pocketsphinx-testdata is needed";
+    }
 
     QTemporaryDir dir;
     std::unique_ptr<AudioSourceFactory> sources = AudioSourceFactory::create();
@@ -85,7 +87,8 @@ void expectRecordingOfClip(const QString& recorded, const QString& clip) {
     const auto played = speech::envelope(*clipSamples, tenMs);
     const std::vector<double> aligned(heard.begin(),
                                       heard.begin() + std::min(heard.size(), played.size()));
-    const int spanDifferenceMs = std::abs(speech::loudSpan(aligned) - speech::loudSpan(played)) * 10;
+    const int spanDifferenceMs =
+        std::abs(speech::loudSpan(aligned) - speech::loudSpan(played)) * 10;
     EXPECT_LE(spanDifferenceMs, 50);
 }
 
@@ -191,10 +194,10 @@ TEST_F(AudioLiveTest, UnpluggedMicrophoneIsReportedOnceAndLeavesValidFiles) {
 }
 
 TEST_F(AudioLiveTest, LostMicrophoneFollowsTheNewDefaultInput) {
-    ASSERT_TRUE(run(u"pactl"_s, {u"load-module"_s, u"module-remap-source"_s,
-                                 u"master=micfeed.monitor"_s, u"source_name=spare"_s,
-                                 u"channels=1"_s, u"channel_map=mono"_s,
-                                 u"master_channel_map=mono"_s}));
+    ASSERT_TRUE(
+        run(u"pactl"_s, {u"load-module"_s, u"module-remap-source"_s, u"master=micfeed.monitor"_s,
+                         u"source_name=spare"_s, u"channels=1"_s, u"channel_map=mono"_s,
+                         u"master_channel_map=mono"_s}));
     AudioRecorder recorder(*sources, *permission, idle.get());
     int reports = 0;
     recorder.onUnexpectedStop = [&] { ++reports; };

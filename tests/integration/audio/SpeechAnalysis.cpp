@@ -124,10 +124,10 @@ int loudSpan(const std::vector<double>& envelope, double fraction) {
     if (envelope.empty())
         return 0;
     const double bar = *std::max_element(envelope.begin(), envelope.end()) * fraction;
-    const auto first = std::find_if(envelope.begin(), envelope.end(),
-                                    [bar](double v) { return v > bar; });
-    const auto last = std::find_if(envelope.rbegin(), envelope.rend(),
-                                   [bar](double v) { return v > bar; });
+    const auto first =
+        std::find_if(envelope.begin(), envelope.end(), [bar](double v) { return v > bar; });
+    const auto last =
+        std::find_if(envelope.rbegin(), envelope.rend(), [bar](double v) { return v > bar; });
     if (first == envelope.end())
         return 0;
     return int(std::distance(first, last.base()));

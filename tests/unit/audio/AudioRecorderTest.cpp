@@ -33,13 +33,16 @@ protected:
     FakeIdleInhibitor idle;
     double now = 100.0;
     std::optional<qint64> free = 1'000'000'000'000;
-    AudioRecorder recorder{sources, permission, &idle,
-                           AudioRecorder::Options{.uptime = [this] { return now; },
-                                                  .freeSpace = [this](const QString&) { return free; },
-                                                  .pollIntervalMs = 60'000}};
+    AudioRecorder recorder{
+        sources, permission, &idle,
+        AudioRecorder::Options{.uptime = [this] { return now; },
+                               .freeSpace = [this](const QString&) { return free; },
+                               .pollIntervalMs = 60'000}};
     int reports = 0;
 
-    void SetUp() override { recorder.onUnexpectedStop = [this] { ++reports; }; }
+    void SetUp() override {
+        recorder.onUnexpectedStop = [this] { ++reports; };
+    }
 
     ScriptedAudioSource& microphone() { return *sources.lastMicrophone; }
 
@@ -116,7 +119,8 @@ TEST_F(AudioRecorderTest, TemporaryFileIsNamedAfterAFreshUuid) {
     ASSERT_TRUE(recorder.start().has_value());
     const QString file = recorder.filePath().value_or(QString());
     EXPECT_EQ(QFileInfo(file).absolutePath(), QFileInfo(QDir::tempPath()).absoluteFilePath());
-    static const QRegularExpression name(u"^quendra-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\.wav$"_s);
+    static const QRegularExpression name(
+        u"^quendra-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\.wav$"_s);
     EXPECT_TRUE(name.match(QFileInfo(file).fileName()).hasMatch()) << file.toStdString();
     EXPECT_TRUE(QFile::exists(file));
     recorder.stop();

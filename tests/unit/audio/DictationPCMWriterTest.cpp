@@ -27,7 +27,9 @@ quint32 dataSizeOnDisk(const QString& path) {
     return qFromLittleEndian<quint32>(header.constData() + 40);
 }
 
-float amplitudeFor(double decibels) { return float(std::pow(10.0, decibels / 20.0)); }
+float amplitudeFor(double decibels) {
+    return float(std::pow(10.0, decibels / 20.0));
+}
 
 class DictationPCMWriterTest : public ::testing::Test {
 protected:

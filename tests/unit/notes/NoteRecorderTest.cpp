@@ -88,8 +88,9 @@ TEST_F(NoteRecorderTest, MicrophoneThatWillNotStartLeavesNothingBehind) {
     const auto refused = recorder.start(request(NoteSource::call));
     ASSERT_FALSE(refused.has_value());
     EXPECT_EQ(refused.error().error, NoteCaptureError::microphoneUnavailable);
-    EXPECT_EQ(refused.error().message,
-              u"The microphone could not start. Check the input in System Settings, then try again."_s);
+    EXPECT_EQ(
+        refused.error().message,
+        u"The microphone could not start. Check the input in System Settings, then try again."_s);
     EXPECT_FALSE(recorder.isRecording());
     EXPECT_EQ(sources.computerAudioRequests, 0);
     EXPECT_TRUE(QDir(dir.path()).isEmpty());
@@ -174,8 +175,9 @@ TEST_F(NoteRecorderTest, CallWithoutComputerAudioGoesOnFromTheMicrophone) {
     const auto started = recorder.start(request(NoteSource::call));
     ASSERT_TRUE(started.has_value());
     EXPECT_FALSE(started->systemSourceActive);
-    EXPECT_EQ(started->notice,
-              u"This computer’s audio couldn’t be captured, so only your microphone is recorded."_s);
+    EXPECT_EQ(
+        started->notice,
+        u"This computer’s audio couldn’t be captured, so only your microphone is recorded."_s);
     sources.lastMicrophone->deliverConstant(0.5f, 8000);
     EXPECT_EQ(recorder.stop(), 500) << "nothing waits for a source that is not there";
 }
@@ -209,7 +211,8 @@ TEST_F(NoteRecorderTest, LostMicrophoneIsOneFailureWithItsSentence) {
     QCoreApplication::processEvents();
     const auto failures = eventsOf<Recorder::Failure>();
     ASSERT_EQ(failures.size(), 1u);
-    EXPECT_EQ(failures[0].message, u"The microphone stopped. The audio captured so far is saved."_s);
+    EXPECT_EQ(failures[0].message,
+              u"The microphone stopped. The audio captured so far is saved."_s);
     EXPECT_EQ(recorder.stop(), 1000) << "what was captured is kept";
 }
 

@@ -11,6 +11,7 @@ if(TARGET quendra_platform_linux AND TARGET quendra_notes AND TARGET parlevo)
         UnpluggedMicrophoneIsReportedOnceAndLeavesValidFiles
         LostMicrophoneFollowsTheNewDefaultInput
         KilledServerIsReportedOnceAndLeavesValidFiles
+        InterruptedCommandLineRecordersFinishCleanly
         SigkilledRecordingsRepairLosingAtMostOneSecond)
     foreach(case IN LISTS audio_live_cases)
         add_test(NAME integration.audio.${case}

@@ -249,6 +249,52 @@ TEST_F(AudioLiveTest, KilledServerIsReportedOnceAndLeavesValidFiles) {
     finish(*player);
 }
 
+// Ctrl+C ends both command-line recorders cleanly: a finished file, a note
+// with closed sections ready for transcription, and a summary line.
+TEST_F(AudioLiveTest, InterruptedCommandLineRecordersFinishCleanly) {
+    const QString parlevo = qEnvironmentVariable("PARLEVO_BIN");
+    ASSERT_FALSE(parlevo.isEmpty());
+    const QString path = dir.filePath(u"interrupted.wav"_s);
+    QProcess dictation;
+    QProcess note;
+    dictation.start(parlevo, {u"record"_s, path});
+    note.start(parlevo, {u"notes"_s, u"record"_s});
+    bool dictationReady = false;
+    bool noteReady = false;
+    ASSERT_TRUE(processEventsUntil([&] {
+        if (!dictationReady)
+            dictationReady = dictation.readAllStandardError().contains("Ctrl+C");
+        if (!noteReady)
+            noteReady = note.readAllStandardError().contains("Ctrl+C");
+        return dictationReady && noteReady;
+    }));
+    auto player = play(u"micfeed"_s, secondClip);
+    finish(*player);
+    ::kill(pid_t(dictation.processId()), SIGINT);
+    ::kill(pid_t(note.processId()), SIGINT);
+    ASSERT_TRUE(dictation.waitForFinished(5000));
+    ASSERT_TRUE(note.waitForFinished(5000));
+
+    EXPECT_EQ(dictation.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(dictation.exitCode(), 0);
+    const QString summary = QString::fromUtf8(dictation.readAllStandardOutput());
+    EXPECT_TRUE(summary.startsWith(u"Recorded "_s)) << summary.toStdString();
+    EXPECT_TRUE(summary.contains(u"speech was heard."_s)) << summary.toStdString();
+    EXPECT_TRUE(speech::headerMatchesFile(path));
+    expectRecordingOfClip(path, secondClip);
+
+    EXPECT_EQ(note.exitCode(), 0);
+    const QString id = QString::fromUtf8(note.readAllStandardOutput()).trimmed();
+    const auto stored = NotesStore().load(QUuid::fromString(id));
+    ASSERT_TRUE(stored.has_value()) << id.toStdString();
+    EXPECT_EQ(stored->state, NoteState::finishing);
+    EXPECT_EQ(stored->source, NoteSource::room);
+    EXPECT_GT(stored->durationMs, 5300);
+    ASSERT_EQ(stored->sections.size(), 1);
+    EXPECT_TRUE(stored->sections[0].closed);
+    EXPECT_EQ(stored->sections[0].endMs, stored->durationMs);
+}
+
 // A recording process killed outright leaves files that repair to what was
 // captured, less at most the last second.
 TEST_F(AudioLiveTest, SigkilledRecordingsRepairLosingAtMostOneSecond) {

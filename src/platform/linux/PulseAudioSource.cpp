@@ -77,6 +77,7 @@ std::expected<void, QString> PulseAudioSource::start() {
         return {};
     stopped = false;
     failed = false;
+    running = false;
     auto opened = PulseAudioConnection::open(
         kind == Kind::microphone ? u"Parlevo microphone"_s : u"Parlevo computer audio"_s);
     if (!opened)
@@ -94,8 +95,10 @@ std::expected<void, QString> PulseAudioSource::start() {
             while (!ready && stream && PA_STREAM_IS_GOOD(pa_stream_get_state(stream)))
                 pa_threaded_mainloop_wait(connection->mainLoop());
         }
-        if (ready)
+        if (ready) {
+            running = true;
             return {};
+        }
         stopped = true;
         dropStream();
     }
@@ -155,7 +158,8 @@ void PulseAudioSource::stop() {
 }
 
 void PulseAudioSource::fail(const QString& detail) {
-    if (stopped || failed)
+    // Before start has returned, its own result reports the failure.
+    if (stopped || failed || !running)
         return;
     failed = true;
     qCWarning(audioLog) << "capture of" << device << "stopped:" << detail;
@@ -174,10 +178,12 @@ void PulseAudioSource::streamState(pa_stream* s, void* self) {
         const bool wasReady = source->ready;
         const int error = pa_context_errno(source->connection->context());
         source->dropStream();
-        if (!wasReady || source->stopped)
+        if (source->stopped || !source->running)
             break;
-        if (source->kind == Kind::microphone && error == PA_ERR_KILLED && !source->echoCancelled &&
-            !source->options.device)
+        if (!wasReady)
+            source->fail(u"the new default input could not be recorded"_s);
+        else if (source->kind == Kind::microphone && error == PA_ERR_KILLED &&
+                 !source->echoCancelled && !source->options.device)
             source->followDefaultInput(0);
         else
             source->fail(QString::fromUtf8(pa_strerror(error)));

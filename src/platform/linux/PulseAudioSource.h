@@ -49,6 +49,7 @@ private:
     QString deviceDescription;
     bool echoCancelled = false;
     bool ready = false;
+    bool running = false; // start succeeded
     bool stopped = false;
     bool failed = false;
     std::vector<float> block;

@@ -120,6 +120,33 @@ Alignment alignSamples(const std::vector<double>& recorded, const std::vector<do
     return best;
 }
 
+Alignment alignFrames(const std::vector<double>& recordedFrames, const std::vector<double>& played,
+                      int frameSamples) {
+    Alignment best{0, -1};
+    for (int offset = 0; offset < frameSamples && std::size_t(offset) < played.size();
+         offset += 16) {
+        const std::vector<double> shifted(played.begin() + offset, played.end());
+        const Alignment fit = align(recordedFrames, envelope(shifted, frameSamples));
+        if (fit.correlation > best.correlation)
+            best = {fit.lag * frameSamples - offset, fit.correlation};
+    }
+    return best;
+}
+
+double correlationAt(const std::vector<double>& recordedFrames, const std::vector<double>& played,
+                     int frameSamples, int lagSamples) {
+    // The first whole recorded frame that lies inside the played stretch.
+    const int firstFrame = std::max(0, (lagSamples + frameSamples - 1) / frameSamples);
+    const int offset = firstFrame * frameSamples - lagSamples;
+    if (offset < 0 || std::size_t(offset) >= played.size() ||
+        std::size_t(firstFrame) >= recordedFrames.size())
+        return 0.0;
+    const auto frames =
+        envelope(std::vector<double>(played.begin() + offset, played.end()), frameSamples);
+    const std::size_t n = std::min(frames.size(), recordedFrames.size() - std::size_t(firstFrame));
+    return n > 1 ? pearson(recordedFrames.data() + firstFrame, frames.data(), n) : 0.0;
+}
+
 int loudSpan(const std::vector<double>& envelope, double fraction) {
     if (envelope.empty())
         return 0;

@@ -30,6 +30,15 @@ Alignment align(const std::vector<double>& recorded, const std::vector<double>& 
 // `lag` is in samples.
 Alignment alignSamples(const std::vector<double>& recorded, const std::vector<double>& played,
                        int frameSamples);
+// As align(), for an envelope that was recorded in frames of `frameSamples`
+// against the played samples, trying every start of the played frames (in
+// steps of 16 samples); `lag` is in samples.
+Alignment alignFrames(const std::vector<double>& recordedFrames, const std::vector<double>& played,
+                      int frameSamples);
+// The correlation of the recorded frames with `played` started at sample
+// `lagSamples` of the recording.
+double correlationAt(const std::vector<double>& recordedFrames, const std::vector<double>& played,
+                     int frameSamples, int lagSamples);
 // Frames from the first to the last one above `fraction` of the loudest.
 int loudSpan(const std::vector<double>& envelope, double fraction = 0.1);
 

@@ -269,6 +269,7 @@ TEST_F(AudioLiveTest, InterruptedCommandLineRecordersFinishCleanly) {
     }));
     auto player = play(u"micfeed"_s, secondClip);
     finish(*player);
+    wait(500); // the end of the clip is still on its way through the server
     ::kill(pid_t(dictation.processId()), SIGINT);
     ::kill(pid_t(note.processId()), SIGINT);
     ASSERT_TRUE(dictation.waitForFinished(5000));

@@ -10,6 +10,7 @@ if(TARGET quendra_platform_linux AND TARGET quendra_notes AND TARGET parlevo)
         CallRecordsBothSourcesWithTheComputerAudioApart
         UnpluggedMicrophoneIsReportedOnceAndLeavesValidFiles
         LostMicrophoneFollowsTheNewDefaultInput
+        CallUsesAnEchoCancelledInputOnlyWhereTheSystemOffersOne
         KilledServerIsReportedOnceAndLeavesValidFiles
         InterruptedCommandLineRecordersFinishCleanly
         SigkilledRecordingsRepairLosingAtMostOneSecond)

@@ -21,6 +21,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <csignal>
 
 using namespace quendra;
@@ -214,6 +215,36 @@ TEST_F(AudioLiveTest, LostMicrophoneFollowsTheNewDefaultInput) {
     EXPECT_EQ(reports, 0);
     EXPECT_TRUE(capture->hasSpeech);
     expectRecordingOfClip(path, firstClip);
+}
+
+// Voice processing is never set up by us: a call uses an echo-cancelled input
+// only when the system already has one, and a refusal is not retried.
+TEST_F(AudioLiveTest, CallUsesAnEchoCancelledInputOnlyWhereTheSystemOffersOne) {
+    auto plain = sources->microphone({.voiceProcessing = true});
+    ASSERT_TRUE(plain->start().has_value());
+    EXPECT_FALSE(plain->voiceProcessingActive());
+    plain->stop();
+
+    ASSERT_TRUE(run(u"pactl"_s, {u"load-module"_s, u"module-echo-cancel"_s, u"source_master=mic"_s,
+                                 u"sink_master=speaker"_s, u"source_name=echo-cancelled"_s}));
+    auto refused = sources->microphone({.voiceProcessing = true});
+    ASSERT_TRUE(refused->start().has_value());
+    EXPECT_FALSE(refused->voiceProcessingActive()) << "a refusal is remembered";
+    refused->stop();
+
+    const auto freshSources = AudioSourceFactory::create();
+    auto dictation = freshSources->microphone({.voiceProcessing = false});
+    ASSERT_TRUE(dictation->start().has_value());
+    EXPECT_FALSE(dictation->voiceProcessingActive());
+    dictation->stop();
+
+    auto call = freshSources->microphone({.voiceProcessing = true});
+    std::atomic<qint64> samples = 0;
+    call->onSamples = [&](std::span<const float> block) { samples += qint64(block.size()); };
+    ASSERT_TRUE(call->start().has_value());
+    EXPECT_TRUE(call->voiceProcessingActive());
+    ASSERT_TRUE(processEventsUntil([&] { return samples >= 16000; }, 3000));
+    call->stop();
 }
 
 TEST_F(AudioLiveTest, KilledServerIsReportedOnceAndLeavesValidFiles) {

@@ -108,11 +108,11 @@ std::expected<void, QString> PulseAudioSource::start() {
 }
 
 bool PulseAudioSource::connectStream(const QString& name) {
-    static constexpr pa_sample_spec spec{PA_SAMPLE_FLOAT32LE, AudioSource::sampleRate, 1};
+    static constexpr pa_sample_spec format{PA_SAMPLE_FLOAT32LE, AudioSource::sampleRate, 1};
     pa_proplist* props = pa_proplist_new();
     pa_proplist_sets(props, PA_PROP_MEDIA_NAME,
                      kind == Kind::microphone ? "Microphone" : "Computer audio");
-    stream = pa_stream_new_with_proplist(connection->context(), "Parlevo capture", &spec, nullptr,
+    stream = pa_stream_new_with_proplist(connection->context(), "Parlevo capture", &format, nullptr,
                                          props);
     pa_proplist_free(props);
     if (!stream)

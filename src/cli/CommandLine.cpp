@@ -19,6 +19,7 @@ const QString overview =
     "  parlevo notes ...       recorded calls and meetings\n"
     "  parlevo finish          finish a raw transcript from standard input as dictation\n"
     "  parlevo account ...     your Parlevo sign-in: status, browser sign-in, access codes\n"
+    "  parlevo record OUT.wav  record the microphone as a dictation would\n"
     "\n"
     "Run “parlevo COMMAND --help” for the commands of each group. The command line\n"
     "reads and writes the same data as the application, and needs no display."_s;
@@ -38,6 +39,8 @@ GroupRunner groupRunner(const QString& name) {
         return runFinishCommand;
     if (name == u"account"_s)
         return runAccountCommand;
+    if (name == u"record"_s)
+        return runRecordCommand;
     return nullptr;
 }
 

@@ -68,6 +68,11 @@ int runFinishCommand(const QStringList& arguments, QTextStream& out, QTextStream
 int runFinishCommand(const QStringList& arguments, QTextStream& input, QTextStream& out,
                      QTextStream& err);
 int runAccountCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runRecordCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+// "notes record": records a note into the notes store.
+int recordNote(Invocation& in);
+// The value of --seconds: 0 when absent, none (after a usage error) when bad.
+std::optional<double> secondsOption(Invocation& in, int* status);
 
 // Dispatches "group sub ..." to the handler named by the first argument;
 // prints the group's help or a usage error otherwise.

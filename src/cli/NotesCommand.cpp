@@ -201,6 +201,14 @@ int runNotesCommand(const QStringList& arguments, QTextStream& out, QTextStream&
          {u"json"_s},
          {},
          names},
+        {u"record"_s,
+         {u"notes record [--call] [--seconds N]"_s,
+          u"Records a note from the microphone, and with --call also this computer’s audio,\n"
+          "until Ctrl+C or N seconds; prints the new note’s identifier."_s},
+         0,
+         {u"call"_s},
+         {u"seconds"_s},
+         recordNote},
         {u"recover"_s,
          {u"notes recover"_s,
           u"Repairs notes left recording when Parlevo quit, as start-up does, and marks them\n"

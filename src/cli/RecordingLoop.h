@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QEventLoop>
+#include <QTimer>
+
+#include <functional>
+
+namespace quendra {
+
+// Runs the event loop of a command-line recording until `finish` is called,
+// or Ctrl+C (or SIGTERM) asks for a clean stop. `tick` runs every 50 ms.
+class RecordingLoop {
+public:
+    RecordingLoop();
+    ~RecordingLoop();
+    RecordingLoop(const RecordingLoop&) = delete;
+    RecordingLoop& operator=(const RecordingLoop&) = delete;
+
+    std::function<void()> tick;
+
+    void run();
+    void finish();
+    bool interrupted() const;
+
+private:
+    QEventLoop loop;
+    QTimer timer;
+};
+
+} // namespace quendra

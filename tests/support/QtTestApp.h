@@ -1,0 +1,27 @@
+#pragma once
+
+// Tests of main-thread objects (timers, queued calls) need one application
+// object for the whole process.
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+
+#include <functional>
+
+inline void ensureCoreApplication() {
+    if (QCoreApplication::instance())
+        return;
+    static int argc = 1;
+    static char name[] = "unit-test";
+    static char* argv[] = {name, nullptr};
+    new QCoreApplication(argc, argv); // lives until the process ends
+}
+
+// Runs the event loop until `done` holds or `timeoutMs` passed; returns `done`.
+inline bool processEventsUntil(const std::function<bool()>& done, int timeoutMs = 5000) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!done() && clock.elapsed() < timeoutMs)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return done();
+}

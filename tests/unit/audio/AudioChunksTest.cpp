@@ -220,6 +220,12 @@ TEST_F(AudioChunksTest, OtherFormatsBecomeCompressedMinuteParts) {
         // The encoder's priming may add up to one frame on decoding.
         EXPECT_NEAR(decodedSamples(part.path), expected, 2048) << i;
     }
+    // The same audio gives the same bytes again, so cached parts are found.
+    const auto again = AudioChunks::prepare(source);
+    ASSERT_TRUE(again);
+    ASSERT_EQ(again->parts.size(), 3);
+    EXPECT_EQ(readAll(again->parts[1].path), readAll(prepared->parts[1].path));
+    AudioChunks::removeTemporaryFiles(*again);
     AudioChunks::removeTemporaryFiles(*prepared);
     EXPECT_FALSE(QFileInfo::exists(prepared->temporaryDirectory));
 }

@@ -1,0 +1,44 @@
+#include "audio/SerialQueue.h"
+
+#include <QSemaphore>
+#include <QTimer>
+
+namespace quendra {
+
+SerialQueue::SerialQueue(const QString& label) {
+    // The thread takes its system name from the object name when it starts.
+    thread.setObjectName(label);
+    context = new QObject;
+    context->moveToThread(&thread);
+    thread.start();
+}
+
+SerialQueue::~SerialQueue() {
+    // Quitting from a queued item lets everything queued before it run.
+    async([this] {
+        context->deleteLater();
+        thread.quit();
+    });
+    thread.wait();
+}
+
+void SerialQueue::async(std::function<void()> work) {
+    QMetaObject::invokeMethod(context, std::move(work), Qt::QueuedConnection);
+}
+
+void SerialQueue::asyncAfter(std::chrono::milliseconds delay, std::function<void()> work) {
+    // The timer must belong to the queue's thread, so it is made there.
+    async([this, delay, work = std::move(work)] { QTimer::singleShot(delay, context, work); });
+}
+
+void SerialQueue::sync(const std::function<void()>& work) {
+    Q_ASSERT(!isCurrent());
+    QSemaphore done;
+    async([&] {
+        work();
+        done.release();
+    });
+    done.acquire();
+}
+
+} // namespace quendra

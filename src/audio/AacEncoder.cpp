@@ -81,6 +81,10 @@ std::expected<AacEncoder, QString> AacEncoder::create(const QString& path) {
     codec->time_base = AVRational{1, 16000};
     const AVChannelLayout mono = AV_CHANNEL_LAYOUT_MONO;
     av_channel_layout_copy(&codec->ch_layout, &mono);
+    // Parts of the same audio must come out byte for byte the same, since the
+    // transcription cache knows them by their digest.
+    state->output->flags |= AVFMT_FLAG_BITEXACT;
+    codec->flags |= AV_CODEC_FLAG_BITEXACT;
     if (state->output->oformat->flags & AVFMT_GLOBALHEADER)
         codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     // The fast coder is about three times quicker at speech bit rates, with

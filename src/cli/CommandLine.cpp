@@ -17,6 +17,7 @@ const QString overview =
     "  parlevo snippets ...    voice snippets: spoken triggers and their texts\n"
     "  parlevo history ...     the history of your dictations\n"
     "  parlevo notes ...       recorded calls and meetings\n"
+    "  parlevo transcribe FILE transcribe a recording and print the finished text\n"
     "\n"
     "Run “parlevo COMMAND --help” for the commands of each group. The command line\n"
     "reads and writes the same data as the application, and needs no display."_s;
@@ -32,6 +33,8 @@ GroupRunner groupRunner(const QString& name) {
         return runHistoryCommand;
     if (name == u"notes"_s)
         return runNotesCommand;
+    if (name == u"transcribe"_s)
+        return runTranscribeCommand;
     return nullptr;
 }
 

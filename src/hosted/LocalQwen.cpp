@@ -16,6 +16,13 @@ WorkerCommand LocalQwen::command(const QwenInstaller& installer, const QString& 
                          {}};
 }
 
+QString LocalQwen::defaultWorkerScript() {
+    const QDir installed(QCoreApplication::applicationDirPath() + u"/../share/parlevo"_s);
+    if (installed.exists())
+        return installed.filePath(u"qwen-worker.py"_s);
+    return QStringLiteral(QUENDRA_SOURCE_RESOURCES "/qwen-worker.py");
+}
+
 LocalEngineSentences LocalQwen::sentences() {
     return {u"Qwen could not finish that recording. Check the selected language and retry."_s,
             u"Qwen stopped before finishing. Retry your saved recording."_s};

@@ -2,6 +2,7 @@
 #include "audio/AacEncoder.h"
 #include "audio/AudioDecoder.h"
 
+#include "support/PrivateTemporaryFolder.h"
 #include "support/TestSupport.h"
 
 #include <QDir>
@@ -63,6 +64,7 @@ protected:
     QString wave(const QString& name, qint64 fileBytes) {
         return write(name, header(fileBytes - 44) + pattern(fileBytes - 44));
     }
+    PrivateTemporaryFolder temporary;
     QTemporaryDir dir;
 };
 

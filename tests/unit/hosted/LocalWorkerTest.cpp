@@ -3,6 +3,7 @@
 #include "audio/AacEncoder.h"
 #include "hosted/LocalQwen.h"
 
+#include "support/PrivateTemporaryFolder.h"
 #include "support/TestSupport.h"
 
 #include <QRegularExpression>
@@ -54,6 +55,7 @@ protected:
         return run(worker.transcribe(path, language));
     }
 
+    PrivateTemporaryFolder temporary;
     QTemporaryDir dir;
     SerialQueue queue{LocalQwen::queueLabel};
 };

@@ -14,7 +14,8 @@ namespace quendra {
 
 // One named thread that runs work items strictly one after another, in the
 // order they were queued. Work still queued when the queue is destroyed runs
-// before the thread ends.
+// before the thread ends. Its thread runs a Qt event loop, so the
+// application object must exist.
 class SerialQueue {
 public:
     explicit SerialQueue(const QString& label);

@@ -156,14 +156,15 @@ QCoro::Task<ServiceResult> TranscriptionService::attempt(TranscriptionRequest re
     const TemporaryParts temporary{*prepared};
     const QList<AudioPart>& parts = temporary.prepared.parts;
 
-    FinishingContext context{request.style,
-                             request.language,
-                             request.dictionary,
-                             request.appBundleID,
-                             request.contextBefore,
-                             request.contextAfter,
-                             request.conversationContext,
-                             request.replyAssist};
+    FinishingContext context;
+    context.style = request.style;
+    context.language = request.language;
+    context.dictionary = request.dictionary;
+    context.appBundleID = request.appBundleID;
+    context.contextBefore = request.contextBefore;
+    context.contextAfter = request.contextAfter;
+    context.conversationContext = request.conversationContext;
+    context.replyAssist = request.replyAssist;
     FinishingContext engineContext = context;
     // Literal dictation shares none of the surrounding text.
     if (request.style == DictationStyle::exact) {

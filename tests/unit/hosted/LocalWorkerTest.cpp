@@ -129,15 +129,16 @@ TEST_F(LocalWorkerTest, MissingProgramIsAStoppedWorker) {
 }
 
 TEST_F(LocalWorkerTest, IdleWorkerIsStoppedAndStartedAgainOnDemand) {
-    LocalWorker worker(queue, standIn(), 600ms);
+    LocalWorker worker(queue, standIn(), 1000ms);
     const QString audio = wave(32'000);
     ASSERT_TRUE(ask(worker, audio));
-    QThread::msleep(350);
-    // A request in the meantime puts the stop off again.
+    QThread::msleep(500);
+    // A request in the meantime puts the stop off again: the first stop
+    // would have come by the next check.
     ASSERT_TRUE(ask(worker, audio));
-    QThread::msleep(350);
+    QThread::msleep(600);
     EXPECT_TRUE(worker.workerRunning());
-    QThread::msleep(700);
+    QThread::msleep(1200);
     EXPECT_FALSE(worker.workerRunning());
     EXPECT_TRUE(logLines().contains(u"exit"_s)); // its input was closed, not killed
     ASSERT_TRUE(ask(worker, audio));

@@ -1,4 +1,5 @@
 #include "audio/DictationPCMWriter.h"
+#include "support/CoreApplication.h"
 
 #include <QTemporaryDir>
 
@@ -21,6 +22,7 @@ void BM_DictationWriterOneMinute(benchmark::State& state) {
     std::vector<float> block(blockSamples);
     for (int i = 0; i < blockSamples; ++i)
         block[std::size_t(i)] = 0.3f * float(std::sin(i * 0.05));
+    ensureCoreApplication(); // the writer's queue runs a Qt event loop
     QTemporaryDir dir;
     for (auto _ : state) {
         auto writer = DictationPCMWriter::create(dir.filePath(u"bench.wav"_s));

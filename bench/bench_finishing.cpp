@@ -5,7 +5,7 @@
 
 #include "hosted/DictationIntelligence.h"
 
-#include <QCoreApplication>
+#include "support/CoreApplication.h"
 #include <QStringList>
 
 #include <benchmark/benchmark.h>
@@ -18,15 +18,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int wordCount = 2'000;
-
-void ensureApplication() {
-    if (QCoreApplication::instance())
-        return;
-    static int argc = 1;
-    static char name[] = "bench_finishing";
-    static char* argv[] = {name, nullptr};
-    new QCoreApplication(argc, argv);
-}
 
 QString dictation() {
     const QStringList plain =
@@ -70,7 +61,7 @@ FinishingContext context(DictationStyle style) {
 }
 
 void finishTwoThousandWords(benchmark::State& state) {
-    ensureApplication();
+    ensureCoreApplication();
     DictationIntelligence intelligence;
     const QString raw = dictation();
     const FinishingContext c = context(DictationStyle(state.range(0)));
@@ -91,7 +82,7 @@ BENCHMARK(finishTwoThousandWords)
     ->Unit(benchmark::kMillisecond);
 
 void checkCandidateOfTwoThousandWords(benchmark::State& state) {
-    ensureApplication();
+    ensureCoreApplication();
     DictationIntelligence intelligence;
     const QString raw = dictation();
     const auto finished = intelligence.finish(raw, context(DictationStyle::clean));
@@ -109,7 +100,7 @@ void checkCandidateOfTwoThousandWords(benchmark::State& state) {
 BENCHMARK(checkCandidateOfTwoThousandWords)->Unit(benchmark::kMillisecond);
 
 void firstCallBuildsTheEngine(benchmark::State& state) {
-    ensureApplication();
+    ensureCoreApplication();
     const FinishingContext c = context(DictationStyle::clean);
     for (auto _ : state) {
         DictationIntelligence intelligence;

@@ -1,31 +1,34 @@
 #include "audio/SerialQueue.h"
 
-#include <pthread.h>
+#include <QSemaphore>
+#include <QTimer>
 
 namespace quendra {
 
-SerialQueue::SerialQueue(QString label)
-    : name(std::move(label)) {
-    worker = std::thread([this] { run(); });
-    const QByteArray threadName = name.section(QLatin1Char('.'), -1).left(15).toUtf8();
-    pthread_setname_np(worker.native_handle(), threadName.constData());
+SerialQueue::SerialQueue(const QString& label) : name(label) {
+    // The thread takes its system name from the object name when it starts.
+    thread.setObjectName(label.section(u'.', -1));
+    context = new QObject;
+    context->moveToThread(&thread);
+    thread.start();
 }
 
 SerialQueue::~SerialQueue() {
-    {
-        std::lock_guard guard(mutex);
-        ending = true;
-    }
-    wake.notify_one();
-    worker.join();
+    // Quitting from a queued item lets everything queued before it run.
+    async([this] {
+        context->deleteLater();
+        thread.quit();
+    });
+    thread.wait();
 }
 
 void SerialQueue::async(std::function<void()> work) {
-    {
-        std::lock_guard guard(mutex);
-        pending.push_back(std::move(work));
-    }
-    wake.notify_one();
+    QMetaObject::invokeMethod(context, std::move(work), Qt::QueuedConnection);
+}
+
+void SerialQueue::asyncAfter(std::chrono::milliseconds delay, std::function<void()> work) {
+    // The timer must belong to the queue's thread, so it is made there.
+    async([this, delay, work = std::move(work)] { QTimer::singleShot(delay, context, work); });
 }
 
 void SerialQueue::sync(const std::function<void()>& work) {
@@ -33,32 +36,12 @@ void SerialQueue::sync(const std::function<void()>& work) {
         work();
         return;
     }
-    std::mutex doneMutex;
-    std::condition_variable doneWake;
-    bool done = false;
+    QSemaphore done;
     async([&] {
         work();
-        std::lock_guard guard(doneMutex);
-        done = true;
-        doneWake.notify_one();
+        done.release();
     });
-    std::unique_lock guard(doneMutex);
-    doneWake.wait(guard, [&] { return done; });
-}
-
-void SerialQueue::run() {
-    for (;;) {
-        std::function<void()> work;
-        {
-            std::unique_lock guard(mutex);
-            wake.wait(guard, [this] { return ending || !pending.empty(); });
-            if (pending.empty())
-                return;
-            work = std::move(pending.front());
-            pending.pop_front();
-        }
-        work();
-    }
+    done.acquire();
 }
 
 } // namespace quendra

@@ -20,6 +20,7 @@ const QString overview =
     "  parlevo finish          finish a raw transcript from standard input as dictation\n"
     "  parlevo account ...     your Parlevo sign-in: status, browser sign-in, access codes\n"
     "  parlevo record OUT.wav  record the microphone as a dictation would\n"
+    "  parlevo transcribe FILE transcribe a recording and print the finished text\n"
     "\n"
     "Run “parlevo COMMAND --help” for the commands of each group. The command line\n"
     "reads and writes the same data as the application, and needs no display."_s;
@@ -41,6 +42,8 @@ GroupRunner groupRunner(const QString& name) {
         return runAccountCommand;
     if (name == u"record"_s)
         return runRecordCommand;
+    if (name == u"transcribe"_s)
+        return runTranscribeCommand;
     return nullptr;
 }
 

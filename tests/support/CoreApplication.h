@@ -4,6 +4,9 @@
 // GoogleTest's own main does not make one.
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
+
+#include <functional>
 
 inline void ensureCoreApplication() {
     if (QCoreApplication::instance())
@@ -12,4 +15,13 @@ inline void ensureCoreApplication() {
     static char name[] = "quendra-test";
     static char* argv[] = {name, nullptr};
     new QCoreApplication(argc, argv);
+}
+
+// Runs the event loop until `done` holds or `timeoutMs` passed; returns `done`.
+inline bool processEventsUntil(const std::function<bool()>& done, int timeoutMs = 5000) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!done() && clock.elapsed() < timeoutMs)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return done();
 }

@@ -10,7 +10,7 @@
 #include "platform/AudioSource.h"
 #include "platform/IdleInhibitor.h"
 #include "platform/MicrophonePermission.h"
-#include "support/QtTestApp.h"
+#include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 
 #include <QDir>

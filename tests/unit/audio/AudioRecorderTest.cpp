@@ -3,7 +3,7 @@
 #include "fakes/FakeIdleInhibitor.h"
 #include "fakes/FakeMicrophonePermission.h"
 #include "fakes/ScriptedAudioSource.h"
-#include "support/QtTestApp.h"
+#include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 
 #include <QDir>

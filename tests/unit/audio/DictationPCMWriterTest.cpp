@@ -1,5 +1,6 @@
 #include "audio/DictationPCMWriter.h"
 
+#include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 
 #include <QFile>
@@ -31,8 +32,11 @@ float amplitudeFor(double decibels) {
     return float(std::pow(10.0, decibels / 20.0));
 }
 
+// The writer's queue runs a Qt event loop, which needs the application object.
 class DictationPCMWriterTest : public ::testing::Test {
 protected:
+    DictationPCMWriterTest() { ensureCoreApplication(); }
+
     QTemporaryDir dir;
     QString path = dir.filePath(u"dictation.wav"_s);
     std::optional<qint64> free = 1'000'000'000'000;

@@ -1,6 +1,6 @@
 #include "cli/CommandLine.h"
 #include "notes/NotesStore.h"
-#include "support/QtTestApp.h"
+#include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 
 #include <QDir>

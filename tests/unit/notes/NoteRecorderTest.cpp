@@ -1,7 +1,7 @@
 #include "notes/NoteRecorder.h"
 
 #include "fakes/ScriptedAudioSource.h"
-#include "support/QtTestApp.h"
+#include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 
 #include <QDir>

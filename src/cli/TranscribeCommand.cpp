@@ -1,0 +1,132 @@
+#include "CommandSupport.h"
+
+#include "hosted/LocalQwen.h"
+#include "hosted/TranscriptionService.h"
+#include "model/AppDataStore.h"
+#include "model/AppPaths.h"
+
+#include "hosted/DictationIntelligence.h"
+
+#include <QFileInfo>
+
+// "parlevo transcribe": the whole transcription service on one file, with the
+// user's Words, snippets and settings; options override the settings.
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace quendra {
+
+namespace {
+
+const CommandHelp transcribeHelp{
+    u"transcribe FILE [--model RAW] [--style RAW] [--language CODE] [--json]"_s,
+    u"Transcribes a recording (WAV, or any audio file) and prints the finished text.\n"
+    "--model is one of parlevo, qwen3-asr-1.7b, whisper-large-v3, whisper-large-v3-turbo,\n"
+    "pocketsphinx-en-us; --style one of exact, clean, polished, excited, casual, prompt;\n"
+    "--language a code such as en or auto (all default to your settings). --json prints\n"
+    "the whole result with its raw text and timed segments. Long recordings are sent in\n"
+    "parts; their progress is shown on standard error."_s};
+
+template <RawValueEnum E>
+QString rawValueList() {
+    QStringList names;
+    for (E value : allCases<E>())
+        names << rawValue(value).toString();
+    return names.join(u", "_s);
+}
+
+// The last value given for `option`, as a case of E; false after a usage error.
+template <RawValueEnum E>
+bool option(Invocation& in, const QString& option, const QString& what, E& value, int* status) {
+    const QStringList given = in.values(option);
+    if (given.isEmpty())
+        return true;
+    const auto parsed = fromRawValue<E>(given.last());
+    if (!parsed) {
+        *status = in.usageError(
+            u"“%1” is not %2; use one of %3"_s.arg(given.last(), what, rawValueList<E>()));
+        return false;
+    }
+    value = *parsed;
+    return true;
+}
+
+TranscriptionService::Finisher makeFinisher() {
+    auto intelligence = std::make_shared<DictationIntelligence>();
+    return [intelligence](const QString& text, const FinishingContext& context, bool formatted) {
+        return intelligence->finish(text, context, formatted);
+    };
+}
+
+int transcribe(Invocation& in) {
+    const QString file = in.positionals()[0];
+    if (!QFileInfo(file).isFile())
+        return in.failure(u"There is no file at %1."_s.arg(file));
+
+    UserDefaults defaults;
+    AppDataStore store(defaults);
+    TranscriptionRequest request;
+    request.fileURL = QFileInfo(file).absoluteFilePath();
+    request.style = store.dictationStyle();
+    request.language = store.dictationLanguage();
+    request.model = store.dictationModel();
+    request.allowFallback = store.allowModelFallback();
+    request.dictionary = store.dictionaryEntries();
+    request.replyAssist = store.replyAssist();
+    int status = 0;
+    if (!option(in, u"style"_s, u"a style"_s, request.style, &status) ||
+        !option(in, u"language"_s, u"a language code"_s, request.language, &status) ||
+        !option(in, u"model"_s, u"a model"_s, request.model, &status))
+        return status;
+    // A model named on the command line is the one wanted, not a suggestion.
+    if (!in.values(u"model"_s).isEmpty())
+        request.allowFallback = false;
+    request.onProgress = [&in](TranscriptionProgress progress) {
+        if (progress.totalParts > 1)
+            in.err << u"Part %1 of %2 transcribed.\n"_s.arg(progress.finishedParts)
+                          .arg(progress.totalParts)
+                   << Qt::flush;
+    };
+
+    SerialQueue workerQueue(LocalQwen::queueLabel);
+    const QwenInstaller installer(applicationDataDirectory());
+    LocalWorker qwenWorker(workerQueue,
+                           LocalQwen::command(installer, LocalQwen::defaultWorkerScript()));
+    LocalWorker offlineWorker(workerQueue,
+                              OfflineSpeech::command(OfflineSpeech::installedWorker()));
+    TranscriptionService service(makeFinisher());
+    service.setEngine(DictationModel::qwen,
+                      std::make_shared<LocalEngine>(qwenWorker, LocalQwen::sentences(),
+                                                    LocalQwen::availability(installer)));
+    service.setEngine(DictationModel::offline,
+                      std::make_shared<LocalEngine>(offlineWorker, OfflineSpeech::sentences(),
+                                                    OfflineSpeech::availability()));
+
+    auto result = QCoro::waitFor(service.transcribe(request));
+    if (!result)
+        return in.failure(result.error().message());
+    result->transcript = store.expandSnippet(result->transcript);
+    if (result->fallbackUsed)
+        in.err << u"parlevo: %1 was used instead.\n"_s.arg(title(result->model)) << Qt::flush;
+    if (in.flag(u"json"_s)) {
+        in.out << QString::fromUtf8(jsonBytes(Json(*result), 2)) << Qt::endl;
+        return int(ExitStatus::success);
+    }
+    if (result->transcript.isEmpty())
+        return in.failure(u"No clear speech was detected."_s);
+    in.out << result->transcript << Qt::endl;
+    return int(ExitStatus::success);
+}
+
+} // namespace
+
+int runTranscribeCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+    Invocation invocation(u"transcribe"_s, arguments, out, err);
+    if (!invocation.parse(transcribeHelp, 1, {u"json"_s}, {u"model"_s, u"style"_s, u"language"_s}))
+        return int(ExitStatus::usage);
+    if (invocation.helpRequested())
+        return invocation.printHelp(transcribeHelp);
+    return transcribe(invocation);
+}
+
+} // namespace quendra

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "audio/SerialQueue.h"
+
+#include <QCoro/QCoroTask>
+#include <QMap>
+#include <QString>
+#include <QStringList>
+
+#include <chrono>
+#include <expected>
+#include <memory>
+
+namespace quendra {
+
+// How to start a local speech worker.
+struct WorkerCommand {
+    QString program;
+    QStringList arguments;
+    QMap<QString, QString> environment; // added to the caller's environment
+    QString errorLog;                   // where the worker's diagnostics go; none: discarded
+};
+
+enum class WorkerFailure {
+    recordingTooLarge,    // more than 20 minutes once converted
+    unsupportedRecording, // the audio could not be read
+    couldNotFinish,       // an error reply, or a line that is not a reply
+    stopped,              // the worker ended or closed its output before replying
+};
+
+// A long-lived worker process that transcribes one file per request: one JSON
+// line in ({"id", "audioPath", "language"}), one JSON line out ({"id",
+// "transcript"} or {"id", "error"}). Started on first use, stopped after a
+// while without work; all of it happens on one serial queue, so the worker
+// never sees two requests at once. Create and destroy on the main thread.
+class LocalWorker {
+public:
+    static constexpr qint64 longestReplyBytes = 499'999;
+    // Below 38,432,001 bytes: 20 minutes and 1 second of 16 kHz samples.
+    static constexpr qint64 largestConvertedBytes = 38'432'000;
+    static constexpr std::chrono::milliseconds defaultIdleStop{120'000};
+
+    LocalWorker(SerialQueue& queue, WorkerCommand command,
+                std::chrono::milliseconds idleStop = defaultIdleStop);
+    ~LocalWorker();
+    LocalWorker(const LocalWorker&) = delete;
+    LocalWorker& operator=(const LocalWorker&) = delete;
+
+    QCoro::Task<std::expected<QString, WorkerFailure>> transcribe(QString path, QString language);
+    // Closes the worker's input and ends it; the next request starts a new one.
+    void stopWorker();
+    // Whether a worker process is running now (waits for the queue).
+    bool workerRunning();
+
+    struct State;
+
+private:
+    SerialQueue& queue;
+    std::shared_ptr<State> state;
+};
+
+} // namespace quendra

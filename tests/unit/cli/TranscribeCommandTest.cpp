@@ -1,0 +1,92 @@
+#include "cli/CommandLine.h"
+#include "model/AppDataStore.h"
+#include "support/TestSupport.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "support/CoreApplication.h"
+
+#include <gtest/gtest.h>
+
+using namespace quendra;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct Outcome {
+    int status;
+    QString out;
+    QString err;
+};
+
+// What can be checked without a speech engine: arguments, the settings used
+// as defaults and the sentences of engines that cannot run. The offline
+// engine on real speech is the integration test's.
+class TranscribeCommandTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ensureCoreApplication();
+        qputenv("XDG_CONFIG_HOME", home.filePath(u"config"_s).toLocal8Bit());
+        qputenv("XDG_DATA_HOME", home.filePath(u"data"_s).toLocal8Bit());
+        recording = home.filePath(u"take.wav"_s);
+        QFile file(recording);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(44 + 32'000, '\0'));
+    }
+    Outcome run(const QStringList& arguments) {
+        Outcome r{0, {}, {}};
+        QTextStream out(&r.out), err(&r.err);
+        r.status = runCommandLine(arguments, out, err);
+        return r;
+    }
+    QTemporaryDir home;
+    QString recording;
+};
+
+TEST_F(TranscribeCommandTest, ArgumentsAreChecked) {
+    auto r = run({u"transcribe"_s});
+    EXPECT_EQ(r.status, int(ExitStatus::usage));
+    r = run({u"transcribe"_s, recording, u"--model"_s, u"turbo"_s});
+    EXPECT_EQ(r.status, int(ExitStatus::usage));
+    EXPECT_TRUE(r.err.contains(u"whisper-large-v3-turbo"_s)) << r.err.toStdString();
+    r = run({u"transcribe"_s, recording, u"--style"_s, u"loud"_s});
+    EXPECT_EQ(r.status, int(ExitStatus::usage));
+    r = run({u"transcribe"_s, recording, u"--language"_s, u"english"_s});
+    EXPECT_EQ(r.status, int(ExitStatus::usage));
+    r = run({u"transcribe"_s, home.filePath(u"missing.wav"_s)});
+    EXPECT_EQ(r.status, int(ExitStatus::failure));
+    EXPECT_TRUE(r.err.contains(u"There is no file"_s));
+    r = run({u"transcribe"_s, u"--help"_s});
+    EXPECT_EQ(r.status, int(ExitStatus::success));
+    EXPECT_TRUE(r.out.contains(u"transcribe FILE"_s));
+}
+
+TEST_F(TranscribeCommandTest, EnginesThatCannotRunSaySo) {
+    auto r = run({u"transcribe"_s, recording, u"--model"_s, u"whisper-large-v3"_s});
+    EXPECT_EQ(r.status, int(ExitStatus::failure));
+    EXPECT_TRUE(r.err.contains(u"Whisper Large v3 is not available in this build yet."_s))
+        << r.err.toStdString();
+    r = run({u"transcribe"_s, recording, u"--model"_s, u"qwen3-asr-1.7b"_s});
+    EXPECT_EQ(r.status, int(ExitStatus::failure));
+    EXPECT_TRUE(r.err.contains(u"Install Qwen in Settings, then retry."_s));
+    r = run({u"transcribe"_s, recording, u"--model"_s, u"pocketsphinx-en-us"_s, u"--language"_s,
+             u"de"_s});
+    EXPECT_EQ(r.status, int(ExitStatus::failure));
+    EXPECT_TRUE(r.err.contains(u"English only"_s));
+}
+
+TEST_F(TranscribeCommandTest, SettingsGiveTheDefaults) {
+    {
+        UserDefaults defaults;
+        AppDataStore store(defaults);
+        store.setDictationModel(DictationModel::qwen);
+        store.setAllowModelFallback(false);
+    }
+    const auto r = run({u"transcribe"_s, recording});
+    EXPECT_EQ(r.status, int(ExitStatus::failure));
+    EXPECT_TRUE(r.err.contains(u"Install Qwen in Settings, then retry."_s)) << r.err.toStdString();
+}
+
+} // namespace

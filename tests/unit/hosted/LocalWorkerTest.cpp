@@ -1,0 +1,200 @@
+#include "hosted/LocalWorker.h"
+#include "HostedTestSupport.h"
+#include "audio/AacEncoder.h"
+#include "hosted/LocalQwen.h"
+
+#include "support/PrivateTemporaryFolder.h"
+#include "support/TestSupport.h"
+
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using namespace quendra;
+using namespace quendra::testing;
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+class LocalWorkerTest : public ::testing::Test {
+protected:
+    LocalWorkerTest() { ensureApplication(); }
+
+    WorkerCommand standIn(const QString& mode = {}) {
+        WorkerCommand command{u"python3"_s, {QStringLiteral(STAND_IN_WORKER)}, {}, {}};
+        command.environment.insert(u"STAND_IN_LOG"_s, logPath());
+        if (!mode.isEmpty())
+            command.environment.insert(u"STAND_IN_MODE"_s, mode);
+        return command;
+    }
+
+    QString logPath() const { return dir.filePath(u"worker.log"_s); }
+
+    QStringList logLines() const {
+        QFile file(logPath());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    }
+    qsizetype starts() const { return logLines().filter(QRegularExpression(u"^start"_s)).size(); }
+
+    // One second of 16 kHz mono audio per `seconds`.
+    QString wave(qint64 dataBytes) {
+        const QString path = dir.filePath(u"take-%1.wav"_s.arg(dataBytes));
+        EXPECT_TRUE(writeRecording(path, dataBytes));
+        return path;
+    }
+
+    std::expected<QString, WorkerFailure> ask(LocalWorker& worker, const QString& path,
+                                              const QString& language = u"en"_s) {
+        return run(worker.transcribe(path, language));
+    }
+
+    PrivateTemporaryFolder temporary;
+    QTemporaryDir dir;
+    SerialQueue queue{LocalQwen::queueLabel};
+};
+
+TEST_F(LocalWorkerTest, OneWorkerAnswersRequestAfterRequest) {
+    LocalWorker worker(queue, standIn());
+    const QString audio = wave(32'000);
+    EXPECT_EQ(ask(worker, audio), u"heard 16000 samples"_s);
+    EXPECT_EQ(ask(worker, wave(64'000)), u"heard 32000 samples"_s);
+    EXPECT_EQ(starts(), 1);
+    EXPECT_TRUE(worker.workerRunning());
+    // Converted copies do not pile up in the temporary folder.
+    EXPECT_TRUE(QDir(QDir::tempPath()).entryList({u"quendra-local-*"_s}, QDir::Files).isEmpty());
+}
+
+TEST_F(LocalWorkerTest, RecordingsAreConvertedToWaveFirst) {
+    LocalWorker worker(queue, standIn());
+    const QString source = dir.filePath(u"take.m4a"_s);
+    {
+        auto encoder = AacEncoder::create(source);
+        ASSERT_TRUE(encoder);
+        ASSERT_TRUE(encoder->write(std::vector<qint16>(32'000, 1000)));
+        ASSERT_TRUE(encoder->finish());
+    }
+    const auto text = ask(worker, source);
+    ASSERT_TRUE(text);
+    const int samples = text->split(u' ')[1].toInt();
+    EXPECT_NEAR(samples, 32'000, 1024);
+
+    EXPECT_EQ(ask(worker, dir.filePath(u"missing.wav"_s)).error(),
+              WorkerFailure::unsupportedRecording);
+}
+
+TEST_F(LocalWorkerTest, BadRepliesFailButKeepTheWorker) {
+    LocalWorker worker(queue, standIn());
+    const QString audio = wave(32'000);
+    EXPECT_EQ(ask(worker, audio, u"bad"_s).error(), WorkerFailure::couldNotFinish);
+    EXPECT_EQ(ask(worker, audio, u"wrong-id"_s).error(), WorkerFailure::couldNotFinish);
+    EXPECT_EQ(ask(worker, audio, u"error"_s).error(), WorkerFailure::couldNotFinish);
+    EXPECT_EQ(ask(worker, audio), u"heard 16000 samples"_s);
+    EXPECT_EQ(starts(), 1);
+}
+
+TEST_F(LocalWorkerTest, WorkerThatDiesMidRequestIsReplacedNextTime) {
+    LocalWorker worker(queue, standIn());
+    const QString audio = wave(32'000);
+    EXPECT_EQ(ask(worker, audio, u"crash"_s).error(), WorkerFailure::stopped);
+    EXPECT_FALSE(worker.workerRunning());
+    EXPECT_EQ(ask(worker, audio, u"partial-crash"_s).error(), WorkerFailure::stopped);
+    EXPECT_EQ(ask(worker, audio), u"heard 16000 samples"_s);
+    EXPECT_EQ(starts(), 3);
+}
+
+TEST_F(LocalWorkerTest, RepliesOverTheLimitAreRefused) {
+    LocalWorker worker(queue, standIn());
+    const QString audio = wave(32'000);
+    const auto edge = ask(worker, audio, u"edge"_s);
+    ASSERT_TRUE(edge);
+    // The whole line, with its identifier and keys, is exactly the longest allowed.
+    EXPECT_EQ(edge->size(), LocalWorker::longestReplyBytes -
+                                qsizetype(sizeof(R"({"id": "", "transcript": ""})") - 1) - 36);
+    EXPECT_EQ(ask(worker, audio, u"huge"_s).error(), WorkerFailure::couldNotFinish);
+    // The rest of the long line is unread, so that worker is not trusted again.
+    EXPECT_EQ(ask(worker, audio), u"heard 16000 samples"_s);
+    EXPECT_EQ(starts(), 2);
+}
+
+TEST_F(LocalWorkerTest, MissingProgramIsAStoppedWorker) {
+    LocalWorker worker(queue, WorkerCommand{dir.filePath(u"no-such-worker"_s), {}, {}, {}});
+    EXPECT_EQ(ask(worker, wave(32'000)).error(), WorkerFailure::stopped);
+}
+
+TEST_F(LocalWorkerTest, IdleWorkerIsStoppedAndStartedAgainOnDemand) {
+    LocalWorker worker(queue, standIn(), 1000ms);
+    const QString audio = wave(32'000);
+    ASSERT_TRUE(ask(worker, audio));
+    QThread::msleep(500);
+    // A request in the meantime puts the stop off again: the first stop
+    // would have come by the next check.
+    ASSERT_TRUE(ask(worker, audio));
+    QThread::msleep(600);
+    EXPECT_TRUE(worker.workerRunning());
+    QThread::msleep(1200);
+    EXPECT_FALSE(worker.workerRunning());
+    EXPECT_TRUE(logLines().contains(u"exit"_s)); // its input was closed, not killed
+    ASSERT_TRUE(ask(worker, audio));
+    EXPECT_EQ(starts(), 2);
+}
+
+TEST_F(LocalWorkerTest, ConvertedAudioMustStayUnderTwentyMinutesAndOneSecond) {
+    LocalWorker worker(queue, standIn());
+    EXPECT_EQ(ask(worker, wave(LocalWorker::largestConvertedBytes)), u"heard 19216000 samples"_s);
+    EXPECT_EQ(ask(worker, wave(LocalWorker::largestConvertedBytes + 2)).error(),
+              WorkerFailure::recordingTooLarge);
+}
+
+TEST_F(LocalWorkerTest, QwenFailuresAreToldInItsSentences) {
+    LocalWorker crashing(queue, standIn(u"crash"_s));
+    LocalEngine stopped(crashing, LocalQwen::sentences(), {});
+    EngineRequest request{AudioPart{wave(32'000), 0, 1000}, {}, {}};
+    request.context.language = DictationLanguage::english;
+    const auto died = run(stopped.transcribe(request));
+    ASSERT_FALSE(died);
+    EXPECT_EQ(died.error().message(),
+              u"Qwen stopped before finishing. Retry your saved recording."_s);
+
+    LocalWorker confused(queue, standIn(u"error"_s));
+    LocalEngine failing(confused, LocalQwen::sentences(), {});
+    const auto refused = run(failing.transcribe(request));
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().message(),
+              u"Qwen could not finish that recording. Check the selected language and retry."_s);
+
+    LocalWorker working(queue, standIn());
+    LocalEngine engine(working, LocalQwen::sentences(), {});
+    const auto heard = run(engine.transcribe(request));
+    ASSERT_TRUE(heard);
+    EXPECT_EQ(heard->rawTranscript, u"heard 16000 samples"_s);
+    EXPECT_FALSE(heard->modelFormatted);
+}
+
+TEST_F(LocalWorkerTest, EnginesSayWhenTheyCannotRun) {
+    const QwenInstaller missing(dir.filePath(u"nothing"_s));
+    EXPECT_EQ(LocalQwen::availability(missing)(DictationLanguage::english)->message(),
+              u"Install Qwen in Settings, then retry."_s);
+
+    const auto offline = OfflineSpeech::availability();
+    EXPECT_FALSE(offline(DictationLanguage::english));
+    EXPECT_FALSE(offline(DictationLanguage::automatic));
+    ASSERT_TRUE(offline(DictationLanguage::french));
+    EXPECT_TRUE(offline(DictationLanguage::french)->message().contains(u"English only"_s));
+
+    // The engine refuses before any worker is started.
+    LocalWorker worker(queue, standIn());
+    LocalEngine engine(worker, OfflineSpeech::sentences(), offline);
+    EngineRequest request{AudioPart{wave(32'000), 0, 1000}, {}, {}};
+    request.context.language = DictationLanguage::german;
+    EXPECT_FALSE(run(engine.transcribe(request)));
+    EXPECT_EQ(starts(), 0);
+}
+
+} // namespace

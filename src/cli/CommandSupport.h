@@ -63,6 +63,9 @@ int runWordsCommand(const QStringList& arguments, QTextStream& out, QTextStream&
 int runSnippetsCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
 int runHistoryCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
 int runNotesCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runDoctorCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runTargetCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runInsertCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
 
 // Dispatches "group sub ..." to the handler named by the first argument;
 // prints the group's help or a usage error otherwise.

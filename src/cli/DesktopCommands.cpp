@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QCoroTimer>
+#include <QDateTime>
 #include <QTimer>
 
 #include <chrono>
@@ -102,7 +103,7 @@ int runInsertCommand(const QStringList& arguments, QTextStream& out, QTextStream
                            "waits between remembering and writing, as while you speak;\n"
                            "--keep-clipboard stays to serve the restored clipboard."_s};
     Invocation invocation(u"insert"_s, arguments, out, err);
-    if (!invocation.parse(help, 1, {u"qa-target-log"_s},
+    if (!invocation.parse(help, 1, {u"qa-target-log"_s, u"qa-insert-timing"_s},
                           {u"delay"_s, u"hold"_s, u"keep-clipboard"_s}))
         return int(ExitStatus::usage);
     if (invocation.helpRequested())
@@ -143,6 +144,8 @@ int runInsertCommand(const QStringList& arguments, QTextStream& out, QTextStream
     out << u"target ready app="_s << capture.target->application.bundleIdentifier << u" role="_s
         << optionalText(capture.target->role) << Qt::endl;
     QCoro::waitFor(QCoro::sleepFor(std::chrono::milliseconds(qint64(*hold * 1000))));
+    if (invocation.flag(u"qa-insert-timing"_s))
+        err << u"qa insert started at="_s << QDateTime::currentMSecsSinceEpoch() << Qt::endl;
     const InsertionResult result =
         QCoro::waitFor(service.insert(invocation.positionals()[0], *capture.target));
     out << toString(result) << Qt::endl;

@@ -71,14 +71,18 @@ QList<DoctorCheck> doctorChecks() {
 } // namespace
 
 int runDoctorCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
-    const CommandHelp help{u"parlevo doctor"_s,
+    const CommandHelp help{u"parlevo doctor [--enable-accessibility]"_s,
                            u"Checks what dictation needs from this computer and says what to "
-                           "fix."_s};
+                           "fix.\n--enable-accessibility first turns accessibility on for "
+                           "applications started from now on."_s};
     Invocation invocation(u"doctor"_s, arguments, out, err);
-    if (!invocation.parse(help, 0, {}))
+    if (!invocation.parse(help, 0, {u"enable-accessibility"_s}))
         return int(ExitStatus::usage);
     if (invocation.helpRequested())
         return invocation.printHelp(help);
+    if (invocation.flag(u"enable-accessibility"_s) && !DesktopServices::enableAccessibility())
+        err << u"Accessibility could not be turned on: the accessibility bus is not running."_s
+            << Qt::endl;
     bool allPassed = true;
     for (const DoctorCheck& check : doctorChecks()) {
         const CheckOutcome outcome = check.run();

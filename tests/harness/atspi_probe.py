@@ -4,6 +4,7 @@
   atspi_probe.py wait APP            until APP is on the accessibility desktop
   atspi_probe.py focus APP FIELD     gives FIELD of APP keyboard focus
   atspi_probe.py text APP FIELD      prints the text of FIELD
+  atspi_probe.py clear APP FIELD     empties FIELD
   atspi_probe.py pid APP             prints the process id of APP
 APP is the application's window title (its application id).
 """
@@ -75,10 +76,14 @@ def main():
             if time.time() > deadline:
                 sys.exit(f"{sys.argv[3]} did not take focus")
             time.sleep(0.02)
+    elif command == "clear":
+        node = field(title, sys.argv[3])
+        node.get_editable_text_iface().set_text_contents("")
     elif command == "text":
         node = field(title, sys.argv[3])
         text = node.get_text_iface()
         print(text.get_text(0, text.get_character_count()))
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -301,47 +301,55 @@ void AtspiAccessibility::handleEvent(AtspiEvent* event) {
     const QString type = QString::fromUtf8(event->type);
     if (type.startsWith(u"object:state-changed:focused"_s)) {
         if (event->detail1) {
+            // GTK announces each focus gain twice.
+            if (sameElement(focusedByProcess.value(pid), source))
+                return;
             focusedByProcess.insert(pid, source);
-            deliver(pid, u"AXFocusedUIElementChanged"_s, {});
+            deliver(pid, {u"AXFocusedUIElementChanged"_s}, {});
         } else if (sameElement(focusedByProcess.value(pid), source)) {
             focusedByProcess.remove(pid);
         }
     } else if (type.startsWith(u"object:text-changed"_s)) {
-        deliver(pid, u"AXValueChanged"_s, source);
+        deliver(pid, {u"AXValueChanged"_s}, source);
     } else if (type.startsWith(u"object:bounds-changed"_s)) {
-        deliver(pid, u"AXMoved"_s, source);
-        deliver(pid, u"AXResized"_s, source);
+        // One change of bounds is one notification, whichever was asked for.
+        deliver(pid, {u"AXMoved"_s, u"AXResized"_s}, source);
     } else if (type.startsWith(u"object:children-changed:add"_s)) {
-        deliver(pid, u"AXCreated"_s, source);
+        deliver(pid, {u"AXCreated"_s}, source);
     } else if (type.startsWith(u"object:children-changed:remove"_s) ||
                type.startsWith(u"object:state-changed:defunct"_s)) {
-        deliver(pid, u"AXUIElementDestroyed"_s, source);
+        deliver(pid, {u"AXUIElementDestroyed"_s}, source);
     } else if (type.startsWith(u"window:activate"_s)) {
-        deliver(pid, u"AXFocusedWindowChanged"_s, {});
+        deliver(pid, {u"AXFocusedWindowChanged"_s}, {});
     } else if (type.startsWith(u"window:create"_s)) {
-        deliver(pid, u"AXWindowCreated"_s, {});
+        deliver(pid, {u"AXWindowCreated"_s}, {});
     }
 }
 
-// Notifications without a source element belong to the application element.
-void AtspiAccessibility::deliver(qint64 processId, const QString& name, const Element& source) {
-    QList<std::pair<AtspiObserver*, Element>> targets;
+void AtspiAccessibility::deliver(qint64 processId, const QStringList& names,
+                                 const Element& source) {
+    struct Delivery {
+        AtspiObserver* observer;
+        QString name;
+        Element element;
+    };
+    QList<Delivery> targets;
     for (AtspiObserver* observer : std::as_const(observers)) {
         if (observer->processId != processId)
             continue;
         for (const auto& [element, registered] : std::as_const(observer->registrations)) {
-            if (registered != name)
+            if (!names.contains(registered))
                 continue;
             const bool applicationLevel = !source && roleOf(raw(element)) == ATSPI_ROLE_APPLICATION;
             if (applicationLevel || (source && sameElement(element, source))) {
-                targets.append({observer, source ? source : element});
+                targets.append({observer, registered, source ? source : element});
                 break;
             }
         }
     }
-    for (const auto& [observer, element] : targets)
-        if (observers.contains(observer))
-            observer->handler(name, element);
+    for (const Delivery& delivery : targets)
+        if (observers.contains(delivery.observer))
+            delivery.observer->handler(delivery.name, delivery.element);
 }
 
 Element AtspiAccessibility::applicationElement(qint64 processId) {

@@ -48,7 +48,8 @@ private:
     friend class AtspiObserver;
     static void onEvent(AtspiEvent* event, void* self);
     void handleEvent(AtspiEvent* event);
-    void deliver(qint64 processId, const QString& name, const Element& source);
+    // Notifications without a source element belong to the application element.
+    void deliver(qint64 processId, const QStringList& names, const Element& source);
     Element focusedIn(qint64 processId);
     Element searchFocused(AtspiAccessible* application);
     // GTK does not announce moved windows over AT-SPI; the window manager's

@@ -4,8 +4,12 @@
 //   desktop_probe shortcut KEY MODS NEWKEY NEWMODS SECONDS
 //       registers KEY+MODS as the dictation shortcut, tries NEWKEY+NEWMODS,
 //       prints the error and what is registered, then one line per press.
+//   desktop_probe track SECONDS                shows a window titled org.quendra.Probe and
+//       prints each target update: reason, application, whether an element was found.
 
+#include "insertion/AppTargetTracker.h"
 #include "model/AppDataStore.h"
+#include "platform/DesktopServices.h"
 #include "platform/linux/X11HotKeyService.h"
 #include "session/HotKeyManager.h"
 #include "session/ShortcutSettings.h"
@@ -16,6 +20,8 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QMimeData>
+#include <QPainter>
+#include <QRasterWindow>
 #include <QTimer>
 
 #include <cstdio>
@@ -79,6 +85,34 @@ int shortcut(const QStringList& a) {
     return QGuiApplication::exec();
 }
 
+class ProbeWindow : public QRasterWindow {
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter(this).fillRect(QRect(QPoint(), size()), Qt::white);
+    }
+};
+
+int track(double seconds) {
+    auto services = DesktopServices::connect();
+    if (!services) {
+        say(services.error());
+        return 1;
+    }
+    ProbeWindow window;
+    window.setTitle(u"org.quendra.Probe"_s);
+    window.resize(200, 100);
+    window.show();
+    AppTargetTracker tracker(*services->workspace, *services->accessibility);
+    tracker.onTargetChanged = [](const TargetUpdate& update) {
+        say(toString(update.reason) + u" app="_s +
+            (update.application ? update.application->bundleIdentifier : u"-"_s) + u" element="_s +
+            (update.element ? u"true"_s : u"false"_s));
+    };
+    tracker.start();
+    QTimer::singleShot(int(seconds * 1000), qApp, &QCoreApplication::quit);
+    return QGuiApplication::exec();
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -91,6 +125,8 @@ int main(int argc, char** argv) {
         return grab(a[0].toUInt(nullptr, 0), a[1].toUInt(nullptr, 0));
     if (mode == u"shortcut"_s && a.size() == 5)
         return shortcut(a);
-    std::fprintf(stderr, "usage: desktop_probe own-clipboard|grab|shortcut ...\n");
+    if (mode == u"track"_s && a.size() == 1)
+        return track(a[0].toDouble());
+    std::fprintf(stderr, "usage: desktop_probe own-clipboard|grab|shortcut|track ...\n");
     return 2;
 }

@@ -40,6 +40,18 @@ if wait "$insert_pid"; then fail "insertion into a background application succee
 [ "$(probe text org.quendra.TargetOne single-line)" = "$text" ] || fail "text landed in the first"
 [ -z "$(probe text org.quendra.TargetTwo single-line)" ] || fail "text landed in the third"
 
+# The remembered field turns into a password field while the user speaks.
+desktop_activate org.quendra.TargetTwo
+probe focus org.quendra.TargetTwo single-line
+"$parlevo" insert "hidden" --hold 1.5 >"$out" 2>&1 &
+insert_pid=$!
+wait_ms 5000 grep -q '^target ready' "$out" || fail "no target remembered: $(cat "$out")"
+kill -USR1 "$two_pid"
+if wait "$insert_pid"; then fail "a field turned secret took text"; fi
+grep -qx 'blocked: original target is secure' "$out" || fail "not blocked: $(cat "$out")"
+[ "$(tail -1 "$out")" = blockedSecureField ] || fail "expected blockedSecureField: $(cat "$out")"
+grep -q 'starting for app' "$out" && fail "the application was activated first"
+
 # The target quits while the user speaks.
 desktop_activate org.quendra.TargetOne
 probe focus org.quendra.TargetOne single-line

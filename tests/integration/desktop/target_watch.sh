@@ -3,6 +3,7 @@
 # non-editable fields, window moves, a second application and its exit.
 set -euo pipefail
 parlevo="$1"
+desktop_probe="$2"
 source "$(dirname "$0")/../../harness/desktop.sh"
 desktop_start
 desktop_target org.quendra.TargetOne
@@ -38,4 +39,15 @@ wait_ms 2000 grep -q '^applicationChanged app=org.quendra.TargetTwo .*classifica
 kill "$second_pid"
 wait_ms 3000 grep -q "^terminated pid=$second_pid\$" "$log" ||
     fail "the second application's exit was not reported"
+# Bringing the tracking program's own window to the front clears the target.
+harness_spawn own "$desktop_probe" track 20
+own_log="$harness_dir/own.log"
+harness_wait 10 sh -c "xdotool search --name '^org.quendra.Probe\$' >/dev/null" ||
+    fail "the probe window did not appear"
+desktop_activate org.quendra.TargetOne
+wait_ms 2000 grep -Eq "^(manual|applicationChanged|focusChanged) app=org.quendra.TargetOne element=true$" "$own_log" ||
+    fail "the tracker did not follow the target: $(cat "$own_log")"
+desktop_activate org.quendra.Probe
+wait_ms 2000 grep -Eq '^(applicationChanged|focusChanged) app=- element=false$' "$own_log" ||
+    fail "the own window did not clear the target: $(cat "$own_log")"
 echo "target tracking: ok"

@@ -187,23 +187,32 @@ public:
     bool addNotification(const Element& element, const QString& name) override {
         if (!raw(element))
             return false;
-        for (const auto& [known, knownName] : std::as_const(registrations))
-            if (knownName == name && sameElement(known, element))
+        for (const Registration& known : std::as_const(registrations))
+            if (known.name == name && sameElement(known.element, element))
                 return false;
-        registrations.append({element, name});
-        if ((name == u"AXMoved"_s || name == u"AXResized"_s) && isWindowRole(roleOf(raw(element))))
+        // Read once here rather than on every event of the process.
+        const AtspiRole role = roleOf(raw(element));
+        registrations.append({element, name, role == ATSPI_ROLE_APPLICATION, isWindowRole(role)});
+        if ((name == u"AXMoved"_s || name == u"AXResized"_s) && isWindowRole(role))
             owner.watchWindowsOf(processId);
         return true;
     }
     void removeNotification(const Element& element, const QString& name) override {
-        registrations.removeIf(
-            [&](const auto& r) { return r.second == name && sameElement(r.first, element); });
+        registrations.removeIf([&](const Registration& r) {
+            return r.name == name && sameElement(r.element, element);
+        });
     }
 
+    struct Registration {
+        Element element;
+        QString name;
+        bool application;
+        bool window;
+    };
     AtspiAccessibility& owner;
     qint64 processId;
     Accessibility::NotificationHandler handler;
-    QList<std::pair<Element, QString>> registrations;
+    QList<Registration> registrations;
 };
 
 AtspiAccessibility::AtspiAccessibility() {
@@ -249,9 +258,9 @@ void AtspiAccessibility::processWindowEvents() {
         QList<std::pair<AtspiObserver*, Element>> targets;
         for (AtspiObserver* observer : std::as_const(observers))
             if (observer->processId == pid)
-                for (const auto& [element, name] : std::as_const(observer->registrations))
-                    if (name == u"AXMoved"_s && isWindowRole(roleOf(raw(element)))) {
-                        targets.append({observer, element});
+                for (const auto& r : std::as_const(observer->registrations))
+                    if (r.name == u"AXMoved"_s && r.window) {
+                        targets.append({observer, r.element});
                         break;
                     }
         for (const auto& [observer, element] : targets)
@@ -337,12 +346,11 @@ void AtspiAccessibility::deliver(qint64 processId, const QStringList& names,
     for (AtspiObserver* observer : std::as_const(observers)) {
         if (observer->processId != processId)
             continue;
-        for (const auto& [element, registered] : std::as_const(observer->registrations)) {
-            if (!names.contains(registered))
+        for (const auto& r : std::as_const(observer->registrations)) {
+            if (!names.contains(r.name))
                 continue;
-            const bool applicationLevel = !source && roleOf(raw(element)) == ATSPI_ROLE_APPLICATION;
-            if (applicationLevel || (source && sameElement(element, source))) {
-                targets.append({observer, registered, source ? source : element});
+            if ((!source && r.application) || (source && sameElement(r.element, source))) {
+                targets.append({observer, r.name, source ? source : r.element});
                 break;
             }
         }

@@ -1,10 +1,7 @@
 #include "X11Display.h"
 
-
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
-
-#include <mutex>
 
 namespace quendra {
 
@@ -33,11 +30,8 @@ int recordError(Display* display, XErrorEvent* event) {
 } // namespace
 
 X11Display::X11Display() {
-    static std::once_flag installed;
-    std::call_once(installed, [] {
-        XInitThreads();
-        XSetErrorHandler(recordError);
-    });
+    // Set again for each connection: the GUI toolkit may have put its own in place.
+    XSetErrorHandler(recordError);
     display = XOpenDisplay(nullptr);
 }
 

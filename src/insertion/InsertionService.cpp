@@ -134,11 +134,6 @@ std::optional<TextContext> InsertionService::textContext(const InsertionTarget& 
 }
 
 QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTarget target) {
-    const InsertionResult result = co_await insertChecked(std::move(text), std::move(target));
-    co_return result;
-}
-
-QCoro::Task<InsertionResult> InsertionService::insertChecked(QString text, InsertionTarget target) {
     QPointer<InsertionService> self(this);
     if (!accessibility.isTrusted()) {
         log(u"blocked: Accessibility permission is unavailable"_s);

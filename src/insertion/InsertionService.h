@@ -47,7 +47,6 @@ public:
     int restoreDelayMs = 900;
 
 private:
-    QCoro::Task<InsertionResult> insertChecked(QString text, InsertionTarget target);
     QCoro::Task<bool> paste(QString text, InsertionTarget target);
     void restore(const QList<PasteboardItem>& snapshot);
     void log(const QString& line);

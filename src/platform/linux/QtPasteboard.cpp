@@ -4,6 +4,8 @@
 #include <QGuiApplication>
 #include <QMimeData>
 
+#include <X11/Xlib.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
@@ -38,14 +40,31 @@ QList<PasteboardItem> QtPasteboard::items() {
     return {item};
 }
 
+int QtPasteboard::changeCount() {
+    if (ownerAfterWrite && x.isOpen() &&
+        XGetSelectionOwner(x.get(), x.atom("CLIPBOARD")) != *ownerAfterWrite) {
+        ownerAfterWrite.reset();
+        ++changes;
+    }
+    return changes;
+}
+
+void QtPasteboard::rememberOwner() {
+    ownerAfterWrite.reset();
+    if (x.isOpen())
+        ownerAfterWrite = XGetSelectionOwner(x.get(), x.atom("CLIPBOARD"));
+}
+
 void QtPasteboard::clearContents() {
     QGuiApplication::clipboard()->clear(QClipboard::Clipboard);
+    ownerAfterWrite.reset();
 }
 
 void QtPasteboard::setString(const QString& text) {
     auto* data = new QMimeData;
     data->setText(text);
     QGuiApplication::clipboard()->setMimeData(data, QClipboard::Clipboard);
+    rememberOwner();
 }
 
 void QtPasteboard::writeItems(const QList<PasteboardItem>& items) {
@@ -56,6 +75,7 @@ void QtPasteboard::writeItems(const QList<PasteboardItem>& items) {
     for (const auto& [format, bytes] : items.first())
         data->setData(format, bytes);
     QGuiApplication::clipboard()->setMimeData(data, QClipboard::Clipboard);
+    rememberOwner();
 }
 
 } // namespace quendra

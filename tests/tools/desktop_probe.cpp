@@ -70,7 +70,7 @@ int shortcut(const QStringList& a) {
     AppDataStore store(defaults);
     store.setDictationShortcut({a[0].toUInt(nullptr, 0), a[1].toUInt(nullptr, 0), u"Space"_s});
     X11HotKeyService service;
-    HotKeyManager hotKey(service, HotKeyManager::dictationIdentifier);
+    HotKeyManager hotKey(service, HotKeyManager::dictationIdentifier, qApp->arguments());
     HotKeyManager notesHotKey(service, HotKeyManager::notesIdentifier);
     ShortcutSettings settings(store, hotKey, notesHotKey);
     settings.registerStored();
@@ -123,7 +123,7 @@ int main(int argc, char** argv) {
         return ownClipboard(a[0], a[1]);
     if (mode == u"grab"_s && a.size() == 2)
         return grab(a[0].toUInt(nullptr, 0), a[1].toUInt(nullptr, 0));
-    if (mode == u"shortcut"_s && a.size() == 5)
+    if (mode == u"shortcut"_s && a.size() >= 5)
         return shortcut(a);
     if (mode == u"track"_s && a.size() == 1)
         return track(a[0].toDouble());

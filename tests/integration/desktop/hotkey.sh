@@ -12,12 +12,15 @@ harness_spawn other "$desktop_probe" grab 2 0x1000
 wait_ms 5000 grep -qx grabbed "$harness_dir/other.log" || fail "the other client could not grab"
 
 # Alt+Space (49, option 0x800) registered, then Ctrl+D tried.
-harness_spawn shortcut "$desktop_probe" shortcut 49 0x800 2 0x1000 20
+harness_spawn shortcut "$desktop_probe" shortcut 49 0x800 2 0x1000 20 --qa-hotkey-log
 wait_ms 5000 grep -q '^registered:' "$log" || fail "no registration: $(cat "$log")"
 grep -qx 'taken: no' "$log" || fail "the taken shortcut was accepted"
 grep -qx 'error: That shortcut is already in use. Choose another one.' "$log" ||
     fail "wrong error: $(cat "$log")"
 grep -qx 'registered: Alt+Space' "$log" || fail "the previous shortcut is gone: $(cat "$log")"
+# Registered at the start and again after the refusal.
+[ "$(count_lines "$log" '^qa registered shortcut=Alt+Space$')" -eq 2 ] ||
+    fail "the registrations were not logged: $(cat "$log")"
 
 xdotool key alt+space
 wait_ms 2000 has_lines "$log" '^pressed$' 1 || fail "the press was not delivered"

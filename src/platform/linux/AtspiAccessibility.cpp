@@ -361,6 +361,13 @@ void AtspiAccessibility::deliver(qint64 processId, const QStringList& names,
 }
 
 Element AtspiAccessibility::applicationElement(qint64 processId) {
+    // Polled four times a second: one read confirms the remembered element
+    // instead of a walk over every application on the desktop.
+    if (const Element known = applicationsByProcess.value(processId)) {
+        if (processOf(raw(known)) == processId)
+            return known;
+        applicationsByProcess.remove(processId);
+    }
     AtspiAccessible* desktop = atspi_get_desktop(0);
     if (!desktop)
         return {};
@@ -378,6 +385,8 @@ Element AtspiAccessibility::applicationElement(qint64 processId) {
             g_object_unref(app);
     }
     g_object_unref(desktop);
+    if (found)
+        applicationsByProcess.insert(processId, found);
     return found;
 }
 

@@ -59,6 +59,7 @@ private:
 
     AtspiEventListener* listener = nullptr;
     QHash<qint64, Element> focusedByProcess;
+    QHash<qint64, Element> applicationsByProcess;
     QList<AtspiObserver*> observers;
     qint64 trustCheckedAtMs = -1;
     bool trusted = false;

@@ -3,9 +3,11 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QTextStream>
 
 #include <cstdio>
+#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -25,7 +27,13 @@ int main(int argc, char** argv) {
         arguments << QString::fromLocal8Bit(argv[i]);
 
     if (quendra::wantsCommandLine(arguments)) {
-        QCoreApplication app(argc, argv);
+        // The desktop commands need the clipboard and screens of a GUI application.
+        std::unique_ptr<QCoreApplication> app;
+        if (quendra::commandNeedsDisplay(arguments.mid(1)) &&
+            !qEnvironmentVariableIsEmpty("DISPLAY"))
+            app = std::make_unique<QGuiApplication>(argc, argv);
+        else
+            app = std::make_unique<QCoreApplication>(argc, argv);
         QTextStream out(stdout);
         QTextStream err(stderr);
         return quendra::runCommandLine(arguments.mid(1), out, err);

@@ -21,9 +21,13 @@ const QString overview =
     "  parlevo account ...     your Parlevo sign-in: status, browser sign-in, access codes\n"
     "  parlevo record OUT.wav  record the microphone as a dictation would\n"
     "  parlevo transcribe FILE transcribe a recording and print the finished text\n"
+    "  parlevo doctor          checks what dictation needs from this computer\n"
+    "  parlevo target --watch  follows the field that dictation would write into\n"
+    "  parlevo insert TEXT     writes TEXT into the focused field like a dictation\n"
     "\n"
     "Run “parlevo COMMAND --help” for the commands of each group. The command line\n"
-    "reads and writes the same data as the application, and needs no display."_s;
+    "reads and writes the same data as the application; only doctor, target and\n"
+    "insert need the desktop."_s;
 
 using GroupRunner = int (*)(const QStringList&, QTextStream&, QTextStream&);
 
@@ -44,6 +48,12 @@ GroupRunner groupRunner(const QString& name) {
         return runRecordCommand;
     if (name == u"transcribe"_s)
         return runTranscribeCommand;
+    if (name == u"doctor"_s)
+        return runDoctorCommand;
+    if (name == u"target"_s)
+        return runTargetCommand;
+    if (name == u"insert"_s)
+        return runInsertCommand;
     return nullptr;
 }
 
@@ -54,6 +64,11 @@ bool wantsCommandLine(const QStringList& arguments) {
         if (!arguments[i].startsWith(u"--qa-"_s))
             return true;
     return false;
+}
+
+bool commandNeedsDisplay(const QStringList& arguments) {
+    static const QStringList desktopCommands{u"doctor"_s, u"target"_s, u"insert"_s};
+    return desktopCommands.contains(arguments.value(0)) && !arguments.contains(u"--help"_s);
 }
 
 int runCommandLine(const QStringList& arguments, QTextStream& out, QTextStream& err) {

@@ -13,6 +13,10 @@ enum class ExitStatus : int { success = 0, failure = 1, usage = 2 };
 // belong to the application.
 bool wantsCommandLine(const QStringList& arguments);
 
+// True when the subcommand (first of the arguments) talks to the desktop and
+// so needs a GUI application object.
+bool commandNeedsDisplay(const QStringList& arguments);
+
 // Runs one subcommand; `arguments` excludes the program name. The data is
 // the same defaults database and data folder the application uses.
 int runCommandLine(const QStringList& arguments, QTextStream& out, QTextStream& err);

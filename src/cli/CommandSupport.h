@@ -74,6 +74,9 @@ int recordNote(Invocation& in);
 // The value of --seconds: 0 when absent, none (after a usage error) when bad.
 std::optional<double> secondsOption(Invocation& in, int* status);
 int runTranscribeCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runDoctorCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runTargetCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runInsertCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
 
 // Dispatches "group sub ..." to the handler named by the first argument;
 // prints the group's help or a usage error otherwise.

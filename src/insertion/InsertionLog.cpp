@@ -1,0 +1,5 @@
+#include "InsertionLog.h"
+
+namespace quendra {
+Q_LOGGING_CATEGORY(cursorInsertionLog, "com.orvane.quendra.mac.cursor-insertion")
+}

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QLoggingCategory>
+
+namespace quendra {
+Q_DECLARE_LOGGING_CATEGORY(cursorInsertionLog)
+}

@@ -1,0 +1,297 @@
+#include "InsertionService.h"
+
+#include "InsertionGuard.h"
+#include "InsertionLog.h"
+#include "WritingDestinations.h"
+
+#include <QCoroTimer>
+#include <QPointer>
+#include <QTimer>
+#include <QUrl>
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace quendra {
+
+namespace {
+
+QString flag(bool value) {
+    return value ? u"true"_s : u"false"_s;
+}
+
+bool sameAddress(const std::optional<QString>& a, const std::optional<QString>& b) {
+    return a == b;
+}
+
+} // namespace
+
+InsertionService::InsertionService(Accessibility& accessibility, Workspace& workspace,
+                                   Pasteboard& pasteboard, KeyEventPoster& keys,
+                                   QStringList arguments, QObject* parent)
+    : QObject(parent)
+    , accessibility(accessibility)
+    , workspace(workspace)
+    , pasteboard(pasteboard)
+    , keys(keys)
+    , qaTargetLog(arguments.contains(u"--qa-target-log"_s)) {}
+
+void InsertionService::log(const QString& line) {
+    qCInfo(cursorInsertionLog).noquote() << line;
+    if (onDiagnostic)
+        onDiagnostic(line);
+}
+
+Element InsertionService::focusedElement(const RunningApplication& application) {
+    const Element app = accessibility.applicationElement(application.processId);
+    if (!app)
+        return {};
+    return accessibility.elementAttribute(app, u"AXFocusedUIElement"_s);
+}
+
+std::optional<QString> InsertionService::attribute(const QString& name, const Element& element) {
+    if (!element)
+        return std::nullopt;
+    return accessibility.stringAttribute(element, name);
+}
+
+std::optional<QString> InsertionService::webAddress(const Element& element) {
+    Element current = element;
+    for (int visited = 0; current && visited < 16; ++visited) {
+        if (accessibility.stringAttribute(current, u"AXRole"_s) == u"AXWebArea"_s) {
+            const auto text = accessibility.stringAttribute(current, u"AXURL"_s);
+            if (!text)
+                return std::nullopt;
+            const QUrl url(*text);
+            if (!url.isValid() || url.isEmpty())
+                return std::nullopt;
+            return url.toString(QUrl::FullyEncoded);
+        }
+        current = accessibility.elementAttribute(current, u"AXParent"_s);
+    }
+    return std::nullopt;
+}
+
+TargetCapture InsertionService::captureTarget(const std::optional<RunningApplication>& application,
+                                              const Element& element) {
+    if (!accessibility.isTrusted() || !application || !element)
+        return {};
+    const auto role = accessibility.stringAttribute(element, u"AXRole"_s);
+    const auto subrole = accessibility.stringAttribute(element, u"AXSubrole"_s);
+    if (InsertionGuard::isSecure(role, subrole))
+        return {TargetCaptureKind::secureField, std::nullopt};
+    const bool settable = accessibility.isAttributeSettable(element, u"AXSelectedText"_s);
+    if (qaTargetLog)
+        std::fprintf(stderr, "target role=%s subrole=%s selectedTextSettable=%s\n",
+                     qUtf8Printable(role.value_or(QString())),
+                     qUtf8Printable(subrole.value_or(QString())), settable ? "true" : "false");
+    if (!InsertionGuard::isEditable(role, settable))
+        return {};
+    InsertionTarget target;
+    target.application = *application;
+    target.element = element;
+    target.role = role;
+    target.subrole = subrole;
+    target.window = accessibility.elementAttribute(element, u"AXWindow"_s);
+    target.frame = accessibility.frame(element);
+    target.webAddress = webAddress(element);
+    return TargetCapture::ready(std::move(target));
+}
+
+std::optional<QString> InsertionService::writingApplication(const InsertionTarget& target) {
+    const QString key = target.application.bundleIdentifier;
+    if (WritingDestinations::detect(key))
+        return key;
+    if (const auto address = webAddress(target.element)) {
+        const QUrl url(*address);
+        if (url.scheme().compare(u"https"_s, Qt::CaseInsensitive) == 0 && !url.host().isEmpty()) {
+            const QString webKey = u"web:"_s + url.host().toLower();
+            if (WritingDestinations::detect(webKey))
+                return webKey;
+        }
+    }
+    if (key.isEmpty())
+        return std::nullopt;
+    return key;
+}
+
+std::optional<TextContext> InsertionService::textContext(const InsertionTarget& target) {
+    if (InsertionGuard::isSecure(target.role, target.subrole))
+        return std::nullopt;
+    const auto text = accessibility.stringAttribute(target.element, u"AXValue"_s);
+    const auto range = accessibility.selectedTextRange(target.element);
+    if (!text || !range)
+        return std::nullopt;
+    const qsizetype length = text->size();
+    const qsizetype start = std::clamp<qsizetype>(range->location, 0, length);
+    const qsizetype end =
+        std::clamp<qsizetype>(start + std::max<qsizetype>(range->length, 0), 0, length);
+    return TextContext{text->left(start), text->mid(end)};
+}
+
+QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTarget target) {
+    QPointer<InsertionService> self(this);
+    if (!accessibility.isTrusted()) {
+        log(u"blocked: Accessibility permission is unavailable"_s);
+        co_return InsertionResult::failed;
+    }
+    const qint64 pid = target.application.processId;
+    if (workspace.isTerminated(pid)) {
+        log(u"blocked: target application terminated"_s);
+        co_return InsertionResult::failed;
+    }
+    const auto currentSubrole =
+        accessibility.stringAttribute(target.element, u"AXSubrole"_s).or_else([&] {
+            return target.subrole;
+        });
+    if (InsertionGuard::isSecure(target.role, currentSubrole)) {
+        log(u"blocked: original target is secure"_s);
+        co_return InsertionResult::blockedSecureField;
+    }
+    const auto frontmost = workspace.frontmostApplication();
+    if (!frontmost ||
+        (frontmost->processId != pid && frontmost->processId != workspace.ownProcessId()))
+        co_return InsertionResult::failed;
+    if (!sameElement(focusedElement(target.application), target.element) || !target.element)
+        co_return InsertionResult::failed;
+    if (!sameAddress(webAddress(target.element), target.webAddress))
+        co_return InsertionResult::failed;
+
+    const QString bundle = target.application.bundleIdentifier;
+    log(u"starting for app="_s + (bundle.isEmpty() ? u"unknown"_s : bundle));
+    workspace.activate(pid);
+    bool front = false;
+    for (int sleeps = 0;; ++sleeps) {
+        const auto now = workspace.frontmostApplication();
+        if (now && now->processId == pid) {
+            front = true;
+            break;
+        }
+        if (sleeps == 24)
+            break;
+        co_await QCoro::sleepFor(50ms);
+        if (!self)
+            co_return InsertionResult::failed;
+    }
+    if (!front) {
+        log(u"failed: target application did not become frontmost"_s);
+        co_return InsertionResult::failed;
+    }
+
+    const int status = accessibility.setFocused(target.element);
+    bool confirmed = false;
+    if (status == 0) {
+        for (int sleeps = 0;; ++sleeps) {
+            if (sameElement(focusedElement(target.application), target.element)) {
+                confirmed = true;
+                break;
+            }
+            if (sleeps == 12)
+                break;
+            co_await QCoro::sleepFor(40ms);
+            if (!self)
+                co_return InsertionResult::failed;
+        }
+    }
+    log(u"original focus status=%1 confirmed=%2"_s.arg(status).arg(flag(confirmed)));
+    co_await QCoro::sleepFor(60ms);
+    if (!self)
+        co_return InsertionResult::failed;
+
+    const TargetCapture capture =
+        captureTarget(target.application, focusedElement(target.application));
+    if (capture.kind == TargetCaptureKind::secureField) {
+        log(u"blocked: focused target is secure"_s);
+        co_return InsertionResult::blockedSecureField;
+    }
+    if (capture.kind == TargetCaptureKind::noEditableField) {
+        log(u"failed: no editable target is focused after activation"_s);
+        co_return InsertionResult::failed;
+    }
+    const InsertionTarget& current = *capture.target;
+    const bool original = sameElement(current.element, target.element);
+    const bool sameWindow =
+        current.window && target.window && sameElement(current.window, target.window);
+    const bool replacement =
+        ReplacementTargetMatch::isSameField(target.frame, current.frame, sameWindow);
+    log(u"using focused editable target original=%1 replacement=%2"_s.arg(flag(original),
+                                                                          flag(replacement)));
+    if (!original || !sameAddress(current.webAddress, target.webAddress)) {
+        log(u"failed: focused target differs from the original field"_s);
+        co_return InsertionResult::failed;
+    }
+
+    const bool pasted = co_await paste(text, current);
+    if (!self)
+        co_return InsertionResult::failed;
+    if (pasted) {
+        log(u"inserted with paste"_s);
+        co_return InsertionResult::inserted;
+    }
+    if (accessibility.setSelectedText(target.element, text)) {
+        log(u"inserted with Accessibility fallback"_s);
+        co_return InsertionResult::inserted;
+    }
+    log(u"failed: both insertion methods were unavailable"_s);
+    co_return InsertionResult::failed;
+}
+
+QCoro::Task<bool> InsertionService::paste(QString text, InsertionTarget target) {
+    QPointer<InsertionService> self(this);
+    QList<PasteboardItem> snapshot;
+    for (const PasteboardItem& item : pasteboard.items()) {
+        PasteboardItem kept;
+        for (const auto& [type, data] : item)
+            if (!data.isNull())
+                kept.append({type, data});
+        snapshot.append(kept);
+    }
+    pasteboard.clearContents();
+    pasteboard.setString(text);
+    const int written = pasteboard.changeCount();
+
+    // A paste the application ignores must not count as inserted: watch the
+    // field change, without reading from it while it may be fetching the
+    // clipboard from us.
+    auto changed = std::make_shared<bool>(false);
+    auto observer = accessibility.createObserver(
+        target.application.processId,
+        [changed, element = target.element](const QString& name, const Element& source) {
+            if (name == u"AXValueChanged"_s && sameElement(source, element))
+                *changed = true;
+        });
+    const bool watching =
+        observer && observer->addNotification(target.element, u"AXValueChanged"_s);
+
+    const PasteKeys keyChoice =
+        target.subrole == u"AXTerminal"_s ? PasteKeys::controlShift : PasteKeys::control;
+    if (!keys.postPaste(keyChoice)) {
+        if (pasteboard.changeCount() == written)
+            restore(snapshot);
+        co_return false;
+    }
+    QTimer::singleShot(restoreDelayMs, this, [this, snapshot, written] {
+        if (pasteboard.changeCount() == written)
+            restore(snapshot);
+    });
+    if (!watching)
+        co_return true;
+    for (int waited = 0; waited < pasteConfirmationMs && !*changed; waited += 25) {
+        co_await QCoro::sleepFor(25ms);
+        if (!self)
+            co_return false;
+    }
+    co_return *changed;
+}
+
+void InsertionService::restore(const QList<PasteboardItem>& snapshot) {
+    pasteboard.clearContents();
+    if (!snapshot.isEmpty())
+        pasteboard.writeItems(snapshot);
+}
+
+} // namespace quendra

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/Accessibility.h"
+#include "platform/HotKeyService.h"
+#include "platform/KeyEventPoster.h"
+#include "platform/Pasteboard.h"
+#include "platform/Screens.h"
+#include "platform/Workspace.h"
+
+#include <QString>
+
+#include <expected>
+#include <memory>
+
+namespace quendra {
+
+// The desktop services of this session, built once by whoever needs the real
+// desktop (the application, the desktop commands). Main thread only; needs a
+// QGuiApplication.
+struct DesktopServices {
+    std::unique_ptr<Accessibility> accessibility;
+    std::unique_ptr<Workspace> workspace;
+    std::unique_ptr<Pasteboard> pasteboard;
+    std::unique_ptr<KeyEventPoster> keys;
+    std::unique_ptr<HotKeyService> hotKeys;
+    std::unique_ptr<Screens> screens;
+
+    // The sentence saying what is missing when there is no usable desktop.
+    static std::expected<DesktopServices, QString> connect();
+
+    // What the doctor reports about this session, asked without a QGuiApplication.
+    struct DisplayStatus {
+        bool reachable = false;
+        bool windowManager = false;
+        QString name; // "X11 display :0"
+    };
+    static DisplayStatus displayStatus();
+    struct AccessibilityStatus {
+        bool busReachable = false;
+        bool enabled = false;
+    };
+    static AccessibilityStatus accessibilityStatus();
+    // Asks the server for the combination and gives it back at once.
+    static bool canRegisterHotKey(std::uint32_t keyCode, std::uint32_t modifiers);
+    // Turns accessibility on for applications started from now on.
+    static bool enableAccessibility();
+};
+
+} // namespace quendra

@@ -1,0 +1,16 @@
+#pragma once
+
+// Synthetic key presses into the focused application. Main thread only.
+
+namespace quendra {
+
+enum class PasteKeys { control, controlShift };
+
+class KeyEventPoster {
+public:
+    virtual ~KeyEventPoster() = default;
+    // Presses and releases V with the modifiers; false when no event could be made.
+    virtual bool postPaste(PasteKeys keys) = 0;
+};
+
+} // namespace quendra

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "platform/Accessibility.h"
+
+#include "X11Display.h"
+
+#include <QHash>
+#include <QSet>
+#include <QSocketNotifier>
+
+#include <memory>
+
+typedef struct _AtspiAccessible AtspiAccessible;
+typedef struct _AtspiEvent AtspiEvent;
+typedef struct _AtspiEventListener AtspiEventListener;
+
+namespace quendra {
+
+class AtspiObserver;
+
+// Other applications through AT-SPI 2, translated to the attribute vocabulary:
+// roles and states become "AXRole"/"AXSubrole", focus events keep track of
+// each process's focused element.
+class AtspiAccessibility : public Accessibility {
+public:
+    AtspiAccessibility();
+    ~AtspiAccessibility() override;
+
+    // Whether the accessibility bus is there and says accessibility is on.
+    static bool busEnabled();
+
+    bool isTrusted() override;
+    Element applicationElement(qint64 processId) override;
+    std::optional<QString> stringAttribute(const Element& element, const QString& name) override;
+    Element elementAttribute(const Element& element, const QString& name) override;
+    QList<Element> children(const Element& element) override;
+    std::optional<QRectF> frame(const Element& element) override;
+    std::optional<TextRange> selectedTextRange(const Element& element) override;
+    QStringList actionNames(const Element& element) override;
+    bool isAttributeSettable(const Element& element, const QString& name) override;
+    int setFocused(const Element& element) override;
+    bool setSelectedText(const Element& element, const QString& text) override;
+    Element elementAtPosition(QPointF point) override;
+    std::unique_ptr<AccessibilityObserver> createObserver(qint64 processId,
+                                                          NotificationHandler handler) override;
+
+private:
+    friend class AtspiObserver;
+    static void onEvent(AtspiEvent* event, void* self);
+    void handleEvent(AtspiEvent* event);
+    // Notifications without a source element belong to the application element.
+    void deliver(qint64 processId, const QStringList& names, const Element& source);
+    Element focusedIn(qint64 processId);
+    Element searchFocused(AtspiAccessible* application);
+    // GTK does not announce moved windows over AT-SPI; the window manager's
+    // configure notifications to the client window do.
+    void watchWindowsOf(qint64 processId);
+    void processWindowEvents();
+
+    AtspiEventListener* listener = nullptr;
+    QHash<qint64, Element> focusedByProcess;
+    QHash<qint64, Element> applicationsByProcess;
+    QList<AtspiObserver*> observers;
+    qint64 trustCheckedAtMs = -1;
+    bool trusted = false;
+    X11Display x;
+    std::unique_ptr<QSocketNotifier> windowNotifier;
+    QHash<XWindow, qint64> watchedWindows;
+};
+
+} // namespace quendra

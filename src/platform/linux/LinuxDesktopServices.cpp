@@ -1,0 +1,84 @@
+#include "AtspiAccessibility.h"
+#include "QtPasteboard.h"
+#include "QtScreens.h"
+#include "X11HotKeyService.h"
+#include "X11Workspace.h"
+#include "XTestKeyEventPoster.h"
+#include "platform/DesktopServices.h"
+
+#include <QDBusConnection>
+#include <QDBusInterface>
+#include <QDBusReply>
+#include <QGuiApplication>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace quendra {
+
+std::expected<DesktopServices, QString> DesktopServices::connect() {
+    // Only the X11 backends exist so far; a Wayland session would pick its own here.
+    if (QGuiApplication::platformName() != u"xcb"_s || qEnvironmentVariableIsEmpty("DISPLAY"))
+        return std::unexpected(u"No X11 display is available; Parlevo needs an X11 session (or "
+                               "XWayland with DISPLAY set) to find and write text fields."_s);
+    auto workspace = std::make_unique<X11Workspace>();
+    if (!workspace->isConnected())
+        return std::unexpected(u"The X11 display could not be opened."_s);
+    DesktopServices services;
+    services.workspace = std::move(workspace);
+    services.accessibility = std::make_unique<AtspiAccessibility>();
+    services.pasteboard = std::make_unique<QtPasteboard>();
+    services.keys = std::make_unique<XTestKeyEventPoster>();
+    services.hotKeys = std::make_unique<X11HotKeyService>();
+    services.screens = std::make_unique<QtScreens>();
+    return services;
+}
+
+} // namespace quendra
+
+namespace quendra {
+
+DesktopServices::DisplayStatus DesktopServices::displayStatus() {
+    DisplayStatus status;
+    const QString display = qEnvironmentVariable("DISPLAY");
+    if (display.isEmpty())
+        return status;
+    status.name = u"X11 display "_s + display;
+    X11Display x;
+    if (!x.isOpen())
+        return status;
+    status.reachable = true;
+    // A window manager announces itself with a check window that names itself.
+    const XAtom check = x.atom("_NET_SUPPORTING_WM_CHECK");
+    if (const auto window = x.windowProperty(x.root(), check))
+        status.windowManager = x.windowProperty(*window, check) == *window;
+    return status;
+}
+
+DesktopServices::AccessibilityStatus DesktopServices::accessibilityStatus() {
+    AccessibilityStatus status;
+    QDBusInterface bus(u"org.a11y.Bus"_s, u"/org/a11y/bus"_s, u"org.a11y.Bus"_s,
+                       QDBusConnection::sessionBus());
+    const QDBusReply<QString> address = bus.call(u"GetAddress"_s);
+    status.busReachable = address.isValid() && !address.value().isEmpty();
+    status.enabled = status.busReachable && AtspiAccessibility::busEnabled();
+    return status;
+}
+
+bool DesktopServices::canRegisterHotKey(std::uint32_t keyCode, std::uint32_t modifiers) {
+    X11HotKeyService service;
+    constexpr std::uint32_t probe = 0xD0C;
+    if (!service.registerHotKey(probe, keyCode, modifiers))
+        return false;
+    service.unregisterHotKey(probe);
+    return true;
+}
+
+bool DesktopServices::enableAccessibility() {
+    QDBusInterface status(u"org.a11y.Bus"_s, u"/org/a11y/bus"_s,
+                          u"org.freedesktop.DBus.Properties"_s, QDBusConnection::sessionBus());
+    const QDBusMessage reply = status.call(u"Set"_s, u"org.a11y.Status"_s, u"IsEnabled"_s,
+                                           QVariant::fromValue(QDBusVariant(true)));
+    return reply.type() == QDBusMessage::ReplyMessage;
+}
+
+} // namespace quendra

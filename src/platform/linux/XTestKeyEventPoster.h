@@ -1,0 +1,17 @@
+#pragma once
+
+#include "X11Display.h"
+#include "platform/KeyEventPoster.h"
+
+namespace quendra {
+
+// Synthetic keys through the XTest extension, as if typed on the keyboard.
+class XTestKeyEventPoster : public KeyEventPoster {
+public:
+    bool postPaste(PasteKeys keys) override;
+
+private:
+    X11Display x;
+};
+
+} // namespace quendra

@@ -1,0 +1,189 @@
+#include "FakeAccessibility.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace quendra {
+
+class FakeObserver : public AccessibilityObserver {
+public:
+    explicit FakeObserver(FakeAccessibility& owner)
+        : owner(owner) {}
+    ~FakeObserver() override {
+        owner.observers.removeIf([this](const auto& entry) { return entry.observer == this; });
+        owner.registrations.removeIf([this](const auto& r) { return r.observer == this; });
+    }
+    bool addNotification(const Element& element, const QString& name) override {
+        if (!element)
+            return false;
+        for (const auto& r : owner.registrations)
+            if (r.observer == this && r.element == element.get() && r.name == name)
+                return false;
+        owner.registrations.append({this, element.get(), name});
+        return true;
+    }
+    void removeNotification(const Element& element, const QString& name) override {
+        owner.registrations.removeIf([&](const auto& r) {
+            return r.observer == this && r.element == element.get() && r.name == name;
+        });
+    }
+
+private:
+    FakeAccessibility& owner;
+};
+
+FakeNodePtr FakeAccessibility::node(const Element& element) {
+    return std::const_pointer_cast<FakeNode>(std::dynamic_pointer_cast<const FakeNode>(element));
+}
+
+FakeNodePtr FakeAccessibility::addApplication(qint64 processId) {
+    auto app = std::make_shared<FakeNode>();
+    app->processId = processId;
+    app->strings[u"AXRole"_s] = u"AXApplication"_s;
+    applications.append(app);
+    return app;
+}
+
+FakeNodePtr FakeAccessibility::addElement(const FakeNodePtr& parent, const QString& role,
+                                          std::optional<QRectF> frame) {
+    auto element = std::make_shared<FakeNode>();
+    element->processId = parent->processId;
+    element->strings[u"AXRole"_s] = role;
+    element->frame = frame;
+    element->parent = parent;
+    element->window =
+        parent->strings.value(u"AXRole"_s) == u"AXWindow"_s ? parent : parent->window.lock();
+    parent->children.append(element);
+    return element;
+}
+
+FakeNodePtr FakeAccessibility::addTextField(const FakeNodePtr& parent, QRectF frame) {
+    auto field = addElement(parent, u"AXTextField"_s, frame);
+    field->settable.insert(u"AXSelectedText"_s);
+    field->strings[u"AXValue"_s] = QString();
+    field->selection = TextRange{0, 0};
+    return field;
+}
+
+void FakeAccessibility::focus(qint64 processId, const FakeNodePtr& element) {
+    focused[processId] = element;
+}
+
+FakeNodePtr FakeAccessibility::focusedNode(qint64 processId) const {
+    return focused.value(processId).lock();
+}
+
+void FakeAccessibility::post(const QString& name, const FakeNodePtr& element) {
+    const QList<Registration> current = registrations;
+    const QList<ObserverEntry> entries = observers;
+    for (const auto& r : current) {
+        if (r.element != element.get() || r.name != name)
+            continue;
+        for (const auto& entry : entries)
+            if (entry.observer == r.observer)
+                entry.handler(name, element);
+    }
+}
+
+Element FakeAccessibility::applicationElement(qint64 processId) {
+    for (const auto& app : applications)
+        if (app->processId == processId)
+            return app;
+    return {};
+}
+
+std::optional<QString> FakeAccessibility::stringAttribute(const Element& element,
+                                                          const QString& name) {
+    const auto n = node(element);
+    if (!n || !n->strings.contains(name))
+        return std::nullopt;
+    return n->strings.value(name);
+}
+
+Element FakeAccessibility::elementAttribute(const Element& element, const QString& name) {
+    const auto n = node(element);
+    if (!n)
+        return {};
+    if (name == u"AXParent"_s)
+        return n->parent.lock();
+    if (name == u"AXWindow"_s)
+        return n->window.lock();
+    if (name == u"AXFocusedUIElement"_s && n->strings.value(u"AXRole"_s) == u"AXApplication"_s)
+        return focusedNode(n->processId);
+    return {};
+}
+
+QList<Element> FakeAccessibility::children(const Element& element) {
+    QList<Element> result;
+    if (const auto n = node(element))
+        for (const auto& child : n->children)
+            result.append(child);
+    return result;
+}
+
+std::optional<QRectF> FakeAccessibility::frame(const Element& element) {
+    const auto n = node(element);
+    return n ? n->frame : std::nullopt;
+}
+
+std::optional<TextRange> FakeAccessibility::selectedTextRange(const Element& element) {
+    const auto n = node(element);
+    return n ? n->selection : std::nullopt;
+}
+
+QStringList FakeAccessibility::actionNames(const Element& element) {
+    const auto n = node(element);
+    return n ? n->actions : QStringList();
+}
+
+bool FakeAccessibility::isAttributeSettable(const Element& element, const QString& name) {
+    const auto n = node(element);
+    return n && n->settable.contains(name);
+}
+
+int FakeAccessibility::setFocused(const Element& element) {
+    ++setFocusedCalls;
+    const auto n = node(element);
+    if (!n)
+        return -25201;
+    if (focusStatus == 0 && focusFollowsRequests)
+        focus(n->processId, n);
+    return focusStatus;
+}
+
+bool FakeAccessibility::setSelectedText(const Element& element, const QString& text) {
+    const auto n = node(element);
+    if (!n || !n->acceptsSelectedText || !n->settable.contains(u"AXSelectedText"_s))
+        return false;
+    QString value = n->strings.value(u"AXValue"_s);
+    const TextRange range = n->selection.value_or(TextRange{value.size(), 0});
+    value.replace(range.location, range.length, text);
+    n->strings[u"AXValue"_s] = value;
+    n->selection = TextRange{range.location + text.size(), 0};
+    writtenTexts.append(text);
+    return true;
+}
+
+Element FakeAccessibility::elementAtPosition(QPointF point) {
+    FakeNodePtr best;
+    std::function<void(const FakeNodePtr&)> visit = [&](const FakeNodePtr& n) {
+        if (n->frame && n->frame->contains(point))
+            if (!best || n->frame->width() * n->frame->height() <=
+                             best->frame->width() * best->frame->height())
+                best = n;
+        for (const auto& child : n->children)
+            visit(child);
+    };
+    for (const auto& app : applications)
+        visit(app);
+    return best;
+}
+
+std::unique_ptr<AccessibilityObserver>
+FakeAccessibility::createObserver(qint64 processId, NotificationHandler handler) {
+    auto observer = std::make_unique<FakeObserver>(*this);
+    observers.append({observer.get(), processId, std::move(handler)});
+    ++observersCreated;
+    return observer;
+}
+
+} // namespace quendra

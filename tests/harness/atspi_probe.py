@@ -1,0 +1,89 @@
+#!/usr/bin/python3
+"""Reads and drives the harness's target applications through AT-SPI.
+
+  atspi_probe.py wait APP            until APP is on the accessibility desktop
+  atspi_probe.py focus APP FIELD     gives FIELD of APP keyboard focus
+  atspi_probe.py text APP FIELD      prints the text of FIELD
+  atspi_probe.py clear APP FIELD     empties FIELD
+  atspi_probe.py pid APP             prints the process id of APP
+APP is the application's window title (its application id).
+"""
+import sys
+import time
+
+import warnings
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi  # noqa: E402
+
+warnings.simplefilter("ignore", DeprecationWarning)
+
+
+def find_app(title):
+    desktop = Atspi.get_desktop(0)
+    for i in range(desktop.get_child_count()):
+        app = desktop.get_child_at_index(i)
+        if app is None:
+            continue
+        for j in range(app.get_child_count()):
+            window = app.get_child_at_index(j)
+            if window is not None and window.get_name() == title:
+                return app, window
+    return None, None
+
+
+def find_named(node, name, depth=0):
+    if node is None or depth > 12:
+        return None
+    if node.get_name() == name and node.get_role() != Atspi.Role.FRAME:
+        return node
+    for i in range(node.get_child_count()):
+        found = find_named(node.get_child_at_index(i), name, depth + 1)
+        if found is not None:
+            return found
+    return None
+
+
+def field(title, name):
+    _, window = find_app(title)
+    if window is None:
+        sys.exit(f"no application {title}")
+    node = find_named(window, name)
+    if node is None:
+        sys.exit(f"no field {name}")
+    return node
+
+
+def main():
+    command, title = sys.argv[1], sys.argv[2]
+    if command == "wait":
+        deadline = time.time() + 10
+        while time.time() < deadline:
+            if find_app(title)[1] is not None:
+                return
+            time.sleep(0.05)
+        sys.exit(f"{title} did not appear")
+    elif command == "pid":
+        app, _ = find_app(title)
+        print(app.get_process_id())
+    elif command == "focus":
+        node = field(title, sys.argv[3])
+        node.get_component_iface().grab_focus()
+        deadline = time.time() + 5
+        while not node.get_state_set().contains(Atspi.StateType.FOCUSED):
+            if time.time() > deadline:
+                sys.exit(f"{sys.argv[3]} did not take focus")
+            time.sleep(0.02)
+    elif command == "clear":
+        node = field(title, sys.argv[3])
+        node.get_editable_text_iface().set_text_contents("")
+    elif command == "text":
+        node = field(title, sys.argv[3])
+        text = node.get_text_iface()
+        print(text.get_text(0, text.get_character_count()))
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,113 @@
+# Sourced by the desktop integration tests: a private session bus, Xvfb, the
+# accessibility bus and registry, openbox, and GTK target applications.
+# Usage: source desktop.sh; desktop_start; desktop_target ID [--ignore-paste]
+
+harness_root="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
+source "$harness_root/common.sh"
+
+gtk_target="$harness_root/../fixtures/desktop/gtk_target.py"
+atspi_probe="$harness_root/atspi_probe.py"
+
+# The python3 first on PATH may be a shim without the GObject bindings.
+probe() { /usr/bin/python3 "$atspi_probe" "$@"; }
+
+desktop_start() {
+    harness_home
+    unset NO_AT_BRIDGE WAYLAND_DISPLAY MOZ_HEADLESS
+    export GSETTINGS_BACKEND=memory GDK_BACKEND=x11 QT_QPA_PLATFORM=xcb
+    export QT_QUICK_BACKEND=software QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+    harness_bus
+
+    # Xvfb picks a free display itself and writes its number on the descriptor.
+    local display_file="$harness_dir/display"
+    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp +extension XTEST \
+        3>"$display_file" >"$harness_dir/xvfb.log" 2>&1 &
+    harness_pids+=("$!")
+    harness_wait 10 test -s "$display_file" || { echo "Xvfb did not start" >&2; return 1; }
+    export DISPLAY=":$(head -1 "$display_file")"
+    harness_wait 10 xdpyinfo || { echo "X display not reachable" >&2; return 1; }
+
+    harness_spawn a11y-bus /usr/libexec/at-spi-bus-launcher --launch-immediately --a11y=1
+    # Asking org.a11y.Bus itself before it has an owner would have the session
+    # bus start a second launcher, one with accessibility off.
+    harness_wait 10 sh -c 'dbus-send --session --print-reply --dest=org.freedesktop.DBus / \
+        org.freedesktop.DBus.NameHasOwner string:org.a11y.Bus | grep -q "boolean true"' ||
+        { echo "accessibility bus did not start" >&2; return 1; }
+    local a11y_address
+    a11y_address="$(dbus-send --session --print-reply=literal --dest=org.a11y.Bus \
+        /org/a11y/bus org.a11y.Bus.GetAddress | tr -d ' ')"
+    local registry_up="dbus-send --bus='$a11y_address' --print-reply \
+        --dest=org.freedesktop.DBus / org.freedesktop.DBus.GetNameOwner \
+        string:org.a11y.atspi.Registry"
+    # Seen once under heavy load: a registry that never took its name. A second
+    # one does.
+    local attempt
+    for attempt in 1 2; do
+        harness_spawn "registry-$attempt" /usr/libexec/at-spi2-registryd
+        harness_wait 6 sh -c "$registry_up" && break
+        echo "accessibility registry did not start (attempt $attempt):" >&2
+        cat "$harness_dir/registry-$attempt.log" >&2
+        [ "$attempt" = 2 ] && return 1
+    done
+
+    # Openbox's stock configuration grabs keys of its own.
+    cat >"$harness_dir/openbox.xml" <<'XML'
+<?xml version="1.0" encoding="UTF-8"?>
+<openbox_config xmlns="http://openbox.org/3.4/rc">
+  <keyboard/>
+  <mouse/>
+  <focus><focusNew>yes</focusNew><followMouse>no</followMouse></focus>
+</openbox_config>
+XML
+    harness_spawn openbox openbox --sm-disable --config-file "$harness_dir/openbox.xml"
+    harness_wait 10 sh -c 'xprop -root _NET_SUPPORTING_WM_CHECK | grep -q "window id"' ||
+        { echo "openbox did not start" >&2; return 1; }
+}
+
+# Starts a GTK target whose window title is ID and waits until it is
+# accessible; its process id is left in target_pid.
+desktop_target() {
+    local id="$1"
+    shift
+    harness_spawn "target-$id" /usr/bin/python3 "$gtk_target" "$id" "$@"
+    target_pid="${harness_pids[-1]}"
+    probe wait "$id" || { echo "target $id did not appear" >&2; return 1; }
+    harness_wait 10 sh -c "xdotool search --name '^$id\$' >/dev/null" ||
+        { echo "target $id has no window" >&2; return 1; }
+}
+
+# Brings the window titled ID to the front through the window manager.
+desktop_activate() {
+    xdotool search --name "^$1\$" windowactivate --sync
+}
+
+desktop_active_title() {
+    xdotool getactivewindow getwindowname
+}
+
+# Fails the test with a message.
+fail() {
+    echo "FAIL: $*" >&2
+    exit 1
+}
+
+# Waits up to MS milliseconds for a command to succeed.
+wait_ms() {
+    local ms="$1"
+    shift
+    local deadline=$(($(date +%s%N) / 1000000 + ms))
+    until "$@" >/dev/null 2>&1; do
+        (($(date +%s%N) / 1000000 < deadline)) || return 1
+        sleep 0.02
+    done
+}
+
+# The number of lines of FILE matching PATTERN.
+count_lines() {
+    grep -c -- "$2" "$1" || true
+}
+
+# Succeeds when FILE has at least N lines matching PATTERN (for wait_ms).
+has_lines() {
+    [ "$(count_lines "$1" "$2")" -ge "$3" ]
+}

@@ -1,0 +1,132 @@
+// Helpers for the desktop integration tests that need a second X client.
+//   desktop_probe own-clipboard TEXT PNG_OUT   serves TEXT and a PNG (also written to PNG_OUT)
+//   desktop_probe grab KEYCODE MODIFIERS       holds a global key combination
+//   desktop_probe shortcut KEY MODS NEWKEY NEWMODS SECONDS
+//       registers KEY+MODS as the dictation shortcut, tries NEWKEY+NEWMODS,
+//       prints the error and what is registered, then one line per press.
+//   desktop_probe track SECONDS                shows a window titled org.quendra.Probe and
+//       prints each target update: reason, application, whether an element was found.
+
+#include "insertion/AppTargetTracker.h"
+#include "model/AppDataStore.h"
+#include "platform/DesktopServices.h"
+#include "platform/linux/X11HotKeyService.h"
+#include "session/HotKeyManager.h"
+#include "session/ShortcutSettings.h"
+
+#include <QBuffer>
+#include <QClipboard>
+#include <QFile>
+#include <QGuiApplication>
+#include <QImage>
+#include <QMimeData>
+#include <QPainter>
+#include <QRasterWindow>
+#include <QTimer>
+
+#include <cstdio>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace quendra;
+
+namespace {
+
+void say(const QString& line) {
+    std::printf("%s\n", qUtf8Printable(line));
+    std::fflush(stdout);
+}
+
+int ownClipboard(const QString& text, const QString& pngPath) {
+    QImage image(8, 8, QImage::Format_RGB32);
+    image.fill(QColor(200, 40, 90));
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    QFile out(pngPath);
+    if (!out.open(QIODevice::WriteOnly) || out.write(png) != png.size())
+        return 1;
+    out.close();
+    auto* data = new QMimeData;
+    data->setData(u"text/plain;charset=utf-8"_s, text.toUtf8());
+    data->setData(u"image/png"_s, png);
+    QGuiApplication::clipboard()->setMimeData(data);
+    say(u"owning"_s);
+    return QGuiApplication::exec();
+}
+
+int grab(std::uint32_t keyCode, std::uint32_t modifiers) {
+    X11HotKeyService service;
+    if (!service.registerHotKey(99, keyCode, modifiers)) {
+        say(u"refused"_s);
+        return 1;
+    }
+    say(u"grabbed"_s);
+    return QGuiApplication::exec();
+}
+
+int shortcut(const QStringList& a) {
+    UserDefaults defaults;
+    AppDataStore store(defaults);
+    store.setDictationShortcut({a[0].toUInt(nullptr, 0), a[1].toUInt(nullptr, 0), u"Space"_s});
+    X11HotKeyService service;
+    HotKeyManager hotKey(service, HotKeyManager::dictationIdentifier, qApp->arguments());
+    HotKeyManager notesHotKey(service, HotKeyManager::notesIdentifier);
+    ShortcutSettings settings(store, hotKey, notesHotKey);
+    settings.registerStored();
+    hotKey.onPressed = [] { say(u"pressed"_s); };
+    const bool taken =
+        settings.setShortcut({a[2].toUInt(nullptr, 0), a[3].toUInt(nullptr, 0), u"D"_s});
+    say(u"taken: "_s + (taken ? u"yes"_s : u"no"_s));
+    say(u"error: "_s + settings.hotKeyError());
+    say(u"registered: "_s +
+        (hotKey.registeredShortcut() ? hotKey.registeredShortcut()->displayName() : u"-"_s));
+    QTimer::singleShot(int(a[4].toDouble() * 1000), qApp, &QCoreApplication::quit);
+    return QGuiApplication::exec();
+}
+
+class ProbeWindow : public QRasterWindow {
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter(this).fillRect(QRect(QPoint(), size()), Qt::white);
+    }
+};
+
+int track(double seconds) {
+    auto services = DesktopServices::connect();
+    if (!services) {
+        say(services.error());
+        return 1;
+    }
+    ProbeWindow window;
+    window.setTitle(u"org.quendra.Probe"_s);
+    window.resize(200, 100);
+    window.show();
+    AppTargetTracker tracker(*services->workspace, *services->accessibility);
+    tracker.onTargetChanged = [](const TargetUpdate& update) {
+        say(toString(update.reason) + u" app="_s +
+            (update.application ? update.application->bundleIdentifier : u"-"_s) + u" element="_s +
+            (update.element ? u"true"_s : u"false"_s));
+    };
+    tracker.start();
+    QTimer::singleShot(int(seconds * 1000), qApp, &QCoreApplication::quit);
+    return QGuiApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QGuiApplication app(argc, argv);
+    const QStringList a = app.arguments().mid(2);
+    const QString mode = app.arguments().value(1);
+    if (mode == u"own-clipboard"_s && a.size() == 2)
+        return ownClipboard(a[0], a[1]);
+    if (mode == u"grab"_s && a.size() == 2)
+        return grab(a[0].toUInt(nullptr, 0), a[1].toUInt(nullptr, 0));
+    if (mode == u"shortcut"_s && a.size() >= 5)
+        return shortcut(a);
+    if (mode == u"track"_s && a.size() == 1)
+        return track(a[0].toDouble());
+    std::fprintf(stderr, "usage: desktop_probe own-clipboard|grab|shortcut|track ...\n");
+    return 2;
+}

@@ -1,0 +1,155 @@
+#include "insertion/AppTargetTracker.h"
+#include "fakes/FakeAccessibility.h"
+#include "fakes/FakeDesktop.h"
+#include "support/EventLoop.h"
+#include "support/TestSupport.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace quendra;
+
+namespace {
+
+constexpr qint64 editorPid = 50;
+constexpr qint64 browserPid = 51;
+
+class AppTargetTrackerTest : public testing::Test {
+protected:
+    AppTargetTrackerTest() {
+        ensureEventLoop();
+        workspace.launch(editorPid, u"org.example.Editor"_s);
+        workspace.launch(browserPid, u"org.example.Browser"_s);
+        editor = ax.addApplication(editorPid);
+        editorWindow = ax.addElement(editor, u"AXWindow"_s, QRectF(0, 0, 500, 300));
+        name = ax.addTextField(editorWindow, QRectF(10, 10, 200, 24));
+        notes = ax.addTextField(editorWindow, QRectF(10, 50, 200, 24));
+        browser = ax.addApplication(browserPid);
+        const auto browserWindow = ax.addElement(browser, u"AXWindow"_s, QRectF(0, 0, 900, 700));
+        search = ax.addTextField(browserWindow, QRectF(20, 20, 400, 30));
+        ax.focus(editorPid, name);
+        ax.focus(browserPid, search);
+        workspace.frontmost = editorPid;
+    }
+
+    void track(QStringList arguments = {}) {
+        tracker = std::make_unique<AppTargetTracker>(workspace, ax, arguments);
+        tracker->onTargetChanged = [this](const TargetUpdate& update) { updates.append(update); };
+        tracker->start();
+    }
+
+    FakeAccessibility ax;
+    FakeWorkspace workspace;
+    FakeNodePtr editor, editorWindow, name, notes, browser, search;
+    std::unique_ptr<AppTargetTracker> tracker;
+    QList<TargetUpdate> updates;
+};
+
+TEST_F(AppTargetTrackerTest, StartingReportsTheFrontmostApplicationAndItsFocusedField) {
+    track();
+    ASSERT_EQ(updates.size(), 1);
+    EXPECT_EQ(updates[0].reason, TargetUpdateReason::manual);
+    EXPECT_EQ(updates[0].application->processId, editorPid);
+    EXPECT_TRUE(sameElement(updates[0].element, name));
+    tracker->start();
+    EXPECT_EQ(updates.size(), 1);
+}
+
+TEST_F(AppTargetTrackerTest, AnUnannouncedFocusChangeIsFoundByOnePoll) {
+    track();
+    tracker->pollCurrentTarget();
+    EXPECT_EQ(updates.size(), 1); // nothing changed, nothing reported
+    ax.focus(editorPid, notes);
+    tracker->pollCurrentTarget();
+    ASSERT_EQ(updates.size(), 2);
+    EXPECT_EQ(updates[1].reason, TargetUpdateReason::focusChanged);
+    EXPECT_TRUE(sameElement(updates[1].element, notes));
+}
+
+TEST_F(AppTargetTrackerTest, TheTimerPollsWithoutBeingAsked) {
+    track();
+    ax.focus(editorPid, notes);
+    spinEventLoop(2000, [this] { return updates.size() > 1; });
+    ASSERT_EQ(updates.size(), 2);
+    EXPECT_EQ(updates[1].reason, TargetUpdateReason::focusChanged);
+}
+
+TEST_F(AppTargetTrackerTest, OwnWindowInFrontClearsTheTargetUnlessAllowed) {
+    track();
+    workspace.frontmost = workspace.ownPid;
+    tracker->pollCurrentTarget();
+    ASSERT_EQ(updates.size(), 2);
+    EXPECT_EQ(updates[1].reason, TargetUpdateReason::focusChanged);
+    EXPECT_FALSE(updates[1].application);
+    EXPECT_FALSE(updates[1].element);
+    tracker->pollCurrentTarget();
+    EXPECT_EQ(updates.size(), 2);
+
+    ax.addApplication(workspace.ownPid);
+    tracker->captureCurrentTarget(true, std::nullopt, TargetUpdateReason::manual);
+    EXPECT_EQ(updates.last().application->processId, workspace.ownPid);
+}
+
+TEST_F(AppTargetTrackerTest, ActivationMovesTheObserverToTheNewApplication) {
+    track();
+    workspace.bringToFront(browserPid);
+    ASSERT_EQ(updates.size(), 2);
+    EXPECT_EQ(updates[1].reason, TargetUpdateReason::applicationChanged);
+    EXPECT_TRUE(sameElement(updates[1].element, search));
+    EXPECT_EQ(ax.observersCreated, 2);
+    // Only the browser's elements are watched now.
+    for (const auto& r : ax.registrations)
+        EXPECT_NE(r.element, name.get());
+}
+
+TEST_F(AppTargetTrackerTest, MovingTheWindowReportsGeometryWithTheSameField) {
+    track();
+    ax.post(u"AXMoved"_s, editorWindow);
+    spinEventLoop(200, [this] { return updates.size() > 1; });
+    ASSERT_EQ(updates.size(), 2);
+    EXPECT_EQ(updates[1].reason, TargetUpdateReason::geometryChanged);
+    EXPECT_TRUE(sameElement(updates[1].element, name));
+    // The field, its parent (the window, also its window) and the application
+    // above: each watched once.
+    int movedRegistrations = 0;
+    for (const auto& r : ax.registrations)
+        movedRegistrations += r.name == u"AXMoved"_s;
+    EXPECT_EQ(movedRegistrations, 3);
+}
+
+TEST_F(AppTargetTrackerTest, AFocusNotificationRecapturesTheTarget) {
+    track();
+    ax.focus(editorPid, notes);
+    ax.post(u"AXFocusedUIElementChanged"_s, editor);
+    spinEventLoop(200, [this] { return updates.size() > 1; });
+    ASSERT_EQ(updates.size(), 2);
+    EXPECT_EQ(updates[1].reason, TargetUpdateReason::focusChanged);
+    EXPECT_TRUE(sameElement(updates[1].element, notes));
+}
+
+TEST_F(AppTargetTrackerTest, QaTargetBundleFallsBackWhenNotRunning) {
+    track({u"--qa-target-bundle=org.example.Browser"_s});
+    EXPECT_EQ(updates.last().application->processId, browserPid);
+    updates.clear();
+    track({u"--qa-target-bundle=org.example.Missing"_s});
+    EXPECT_EQ(updates.last().application->processId, editorPid);
+}
+
+TEST_F(AppTargetTrackerTest, TerminationIsPassedOn) {
+    track();
+    qint64 quit = 0;
+    tracker->onApplicationTerminated = [&quit](qint64 pid) { quit = pid; };
+    workspace.quit(browserPid);
+    EXPECT_EQ(quit, browserPid);
+}
+
+TEST_F(AppTargetTrackerTest, WithoutPermissionThePollDoesNothing) {
+    track();
+    ax.trusted = false;
+    ax.focus(editorPid, notes);
+    tracker->pollCurrentTarget();
+    EXPECT_EQ(updates.size(), 1);
+}
+
+} // namespace

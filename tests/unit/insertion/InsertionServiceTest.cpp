@@ -1,0 +1,262 @@
+#include "insertion/InsertionService.h"
+#include "fakes/FakeAccessibility.h"
+#include "fakes/FakeDesktop.h"
+#include "support/EventLoop.h"
+#include "support/TestSupport.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace quendra;
+using testing::Contains;
+using testing::ElementsAre;
+
+namespace {
+
+constexpr qint64 editorPid = 40;
+constexpr qint64 otherPid = 41;
+
+class InsertionServiceTest : public testing::Test {
+protected:
+    InsertionServiceTest() {
+        ensureEventLoop();
+        workspace.launch(editorPid, u"org.example.Editor"_s);
+        workspace.launch(otherPid, u"org.example.Other"_s);
+        app = ax.addApplication(editorPid);
+        window = ax.addElement(app, u"AXWindow"_s, QRectF(100, 100, 600, 400));
+        field = ax.addTextField(window, QRectF(120, 130, 300, 30));
+        secondField = ax.addTextField(window, QRectF(120, 180, 300, 30));
+        ax.focus(editorPid, field);
+        workspace.frontmost = editorPid;
+        // The editor takes what Ctrl+V offers into its focused field.
+        keys.onPaste = [this](PasteKeys) {
+            if (!pasteWorks)
+                return;
+            const auto focused = ax.focusedNode(editorPid);
+            focused->strings[u"AXValue"_s] += pasteboard.string();
+            ax.post(u"AXValueChanged"_s, focused);
+        };
+        service.onDiagnostic = [this](const QString& line) { log.append(line); };
+        service.pasteConfirmationMs = 100;
+    }
+
+    InsertionTarget remembered() {
+        const auto capture = service.captureTarget(workspace.applications[0], field);
+        EXPECT_EQ(capture.kind, TargetCaptureKind::ready);
+        return *capture.target;
+    }
+
+    InsertionResult insert(const QString& text, const InsertionTarget& target) {
+        return QCoro::waitFor(service.insert(text, target));
+    }
+
+    FakeAccessibility ax;
+    FakeWorkspace workspace;
+    FakePasteboard pasteboard;
+    FakeKeyEventPoster keys;
+    InsertionService service{ax, workspace, pasteboard, keys};
+    FakeNodePtr app, window, field, secondField;
+    QStringList log;
+    bool pasteWorks = true;
+};
+
+TEST_F(InsertionServiceTest, PastesIntoTheRememberedFieldAfterReturningToIt) {
+    const InsertionTarget target = remembered();
+    workspace.frontmost = workspace.ownPid; // the user is looking at our window
+    ax.focus(editorPid, field);
+
+    EXPECT_EQ(insert(u"héllo wörld"_s, target), InsertionResult::inserted);
+    EXPECT_EQ(field->strings[u"AXValue"_s], u"héllo wörld"_s);
+    EXPECT_THAT(workspace.activations, ElementsAre(editorPid));
+    EXPECT_THAT(keys.posted, ElementsAre(PasteKeys::control));
+    EXPECT_THAT(log, ElementsAre(u"starting for app=org.example.Editor"_s,
+                                 u"original focus status=0 confirmed=true"_s,
+                                 u"using focused editable target original=true replacement=true"_s,
+                                 u"inserted with paste"_s));
+}
+
+TEST_F(InsertionServiceTest, RefusesWithoutTouchingTheDesktopWhenTheTargetIsGone) {
+    const InsertionTarget target = remembered();
+    ax.trusted = false;
+    EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
+    EXPECT_THAT(log, ElementsAre(u"blocked: Accessibility permission is unavailable"_s));
+
+    ax.trusted = true;
+    log.clear();
+    workspace.quit(editorPid);
+    EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
+    EXPECT_THAT(log, ElementsAre(u"blocked: target application terminated"_s));
+    EXPECT_TRUE(workspace.activations.isEmpty());
+    EXPECT_TRUE(keys.posted.isEmpty());
+}
+
+TEST_F(InsertionServiceTest, AFieldThatTurnedIntoAPasswordFieldIsBlockedBeforeActivation) {
+    const InsertionTarget target = remembered();
+    field->strings[u"AXSubrole"_s] = u"AXSecureTextField"_s;
+    EXPECT_EQ(insert(u"secret"_s, target), InsertionResult::blockedSecureField);
+    EXPECT_THAT(log, ElementsAre(u"blocked: original target is secure"_s));
+    EXPECT_TRUE(workspace.activations.isEmpty());
+    EXPECT_TRUE(pasteboard.contents.isEmpty());
+}
+
+TEST_F(InsertionServiceTest, NothingIsActivatedWhenTheUserMovedElsewhere) {
+    const InsertionTarget target = remembered();
+    workspace.frontmost = otherPid;
+    EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
+    EXPECT_TRUE(workspace.activations.isEmpty());
+    EXPECT_TRUE(log.isEmpty());
+
+    workspace.frontmost = editorPid;
+    ax.focus(editorPid, secondField);
+    EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
+    EXPECT_TRUE(workspace.activations.isEmpty());
+    EXPECT_TRUE(secondField->strings[u"AXValue"_s].isEmpty());
+}
+
+TEST_F(InsertionServiceTest, AWebPageThatNavigatedElsewhereIsRefused) {
+    window->strings[u"AXRole"_s] = u"AXWebArea"_s;
+    window->strings[u"AXURL"_s] = u"https://mail.example.org/compose"_s;
+    const InsertionTarget target = remembered();
+    EXPECT_EQ(target.webAddress, u"https://mail.example.org/compose"_s);
+    window->strings[u"AXURL"_s] = u"https://mail.example.org/inbox"_s;
+    EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
+    EXPECT_TRUE(workspace.activations.isEmpty());
+}
+
+TEST_F(InsertionServiceTest, AnApplicationThatStaysBehindFailsAfterWaiting) {
+    const InsertionTarget target = remembered();
+    workspace.frontmost = workspace.ownPid;
+    workspace.activationWorks = false;
+    EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
+    EXPECT_EQ(log.last(), u"failed: target application did not become frontmost"_s);
+    EXPECT_TRUE(keys.posted.isEmpty());
+}
+
+TEST_F(InsertionServiceTest, FocusThatLandsOnAnotherFieldIsNotUsedEvenWhenItOverlaps) {
+    const InsertionTarget target = remembered();
+    workspace.frontmost = workspace.ownPid;
+    // Coming to the front, the editor focuses a field on nearly the same spot
+    // and keeps it there.
+    secondField->frame = QRectF(121, 131, 300, 30);
+    ax.focusFollowsRequests = false;
+    workspace.onActivate = [this](qint64) { ax.focus(editorPid, secondField); };
+
+    EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
+    EXPECT_THAT(log, Contains(u"original focus status=0 confirmed=false"_s));
+    EXPECT_THAT(log, Contains(u"using focused editable target original=false replacement=true"_s));
+    EXPECT_EQ(log.last(), u"failed: focused target differs from the original field"_s);
+    EXPECT_TRUE(keys.posted.isEmpty());
+    EXPECT_TRUE(secondField->strings[u"AXValue"_s].isEmpty());
+}
+
+TEST_F(InsertionServiceTest, IgnoredPasteIsServedByTheAccessibilityFallback) {
+    const InsertionTarget target = remembered();
+    pasteWorks = false;
+    EXPECT_EQ(insert(u"fallback"_s, target), InsertionResult::inserted);
+    EXPECT_EQ(field->strings[u"AXValue"_s], u"fallback"_s);
+    EXPECT_EQ(log.last(), u"inserted with Accessibility fallback"_s);
+
+    log.clear();
+    field->acceptsSelectedText = false;
+    EXPECT_EQ(insert(u"lost"_s, target), InsertionResult::failed);
+    EXPECT_EQ(log.last(), u"failed: both insertion methods were unavailable"_s);
+}
+
+TEST_F(InsertionServiceTest, KeysThatCannotBeMadeLeaveTheClipboardAsItWas) {
+    const InsertionTarget target = remembered();
+    pasteboard.copyFromElsewhere({{u"text/plain"_s, "mine"}});
+    keys.available = false;
+    EXPECT_EQ(insert(u"typed"_s, target), InsertionResult::inserted);
+    EXPECT_EQ(log.last(), u"inserted with Accessibility fallback"_s);
+    EXPECT_EQ(pasteboard.string(), u"mine"_s);
+}
+
+TEST_F(InsertionServiceTest, ClipboardWithTextAndImageIsRestoredAfterTheDelay) {
+    const InsertionTarget target = remembered();
+    const PasteboardItem users{{u"text/plain"_s, "caption"}, {u"image/png"_s, "\x89PNG\r\n"}};
+    pasteboard.copyFromElsewhere(users);
+    service.restoreDelayMs = 300;
+    EXPECT_EQ(insert(u"dictated"_s, target), InsertionResult::inserted);
+    EXPECT_EQ(pasteboard.string(), u"dictated"_s);
+    spinEventLoop(600);
+    ASSERT_EQ(pasteboard.contents.size(), 1);
+    EXPECT_EQ(pasteboard.contents[0], users);
+}
+
+TEST_F(InsertionServiceTest, ACopyMadeDuringTheDelaySurvives) {
+    const InsertionTarget target = remembered();
+    pasteboard.copyFromElsewhere({{u"text/plain"_s, "old"}});
+    service.restoreDelayMs = 300;
+    EXPECT_EQ(insert(u"dictated"_s, target), InsertionResult::inserted);
+    pasteboard.copyFromElsewhere({{u"text/plain"_s, "newer"}});
+    spinEventLoop(600);
+    EXPECT_EQ(pasteboard.string(), u"newer"_s);
+}
+
+TEST_F(InsertionServiceTest, TerminalsGetControlShiftV) {
+    field->strings[u"AXRole"_s] = u"AXTextArea"_s;
+    field->strings[u"AXSubrole"_s] = u"AXTerminal"_s;
+    const InsertionTarget target = remembered();
+    EXPECT_EQ(insert(u"ls"_s, target), InsertionResult::inserted);
+    EXPECT_THAT(keys.posted, ElementsAre(PasteKeys::controlShift));
+}
+
+TEST_F(InsertionServiceTest, ClassifiesFocusedElements) {
+    const RunningApplication editor = workspace.applications[0];
+    field->strings[u"AXSubrole"_s] = u"AXSecureTextField"_s;
+    EXPECT_EQ(service.captureTarget(editor, field).kind, TargetCaptureKind::secureField);
+
+    const auto area = ax.addElement(window, u"AXTextArea"_s, QRectF(0, 0, 10, 10));
+    const auto capture = service.captureTarget(editor, area);
+    ASSERT_EQ(capture.kind, TargetCaptureKind::ready);
+    EXPECT_TRUE(sameElement(capture.target->window, window));
+    EXPECT_EQ(capture.target->frame, QRectF(0, 0, 10, 10));
+    EXPECT_EQ(capture.target->role, u"AXTextArea"_s);
+
+    const auto button = ax.addElement(window, u"AXButton"_s);
+    EXPECT_EQ(service.captureTarget(editor, button).kind, TargetCaptureKind::noEditableField);
+    EXPECT_EQ(service.captureTarget(std::nullopt, area).kind, TargetCaptureKind::noEditableField);
+    ax.trusted = false;
+    EXPECT_EQ(service.captureTarget(editor, area).kind, TargetCaptureKind::noEditableField);
+}
+
+TEST_F(InsertionServiceTest, TextAroundTheSelectionInUtf16Units) {
+    field->strings[u"AXValue"_s] = u"ab😀cd"_s;
+    field->selection = TextRange{2, 2}; // the emoji
+    auto context = service.textContext(remembered());
+    ASSERT_TRUE(context);
+    EXPECT_EQ(context->before, u"ab"_s);
+    EXPECT_EQ(context->after, u"cd"_s);
+
+    field->selection = TextRange{4, -3};
+    context = service.textContext(remembered());
+    EXPECT_EQ(context->before, u"ab😀"_s);
+    EXPECT_EQ(context->after, u"cd"_s);
+
+    field->selection = TextRange{50, 1};
+    context = service.textContext(remembered());
+    EXPECT_EQ(context->before, u"ab😀cd"_s);
+    EXPECT_EQ(context->after, QString());
+
+    field->selection.reset();
+    EXPECT_FALSE(service.textContext(remembered()));
+}
+
+TEST_F(InsertionServiceTest, WritingApplicationPrefersKnownApplicationsThenSecureWebHosts) {
+    InsertionTarget target = remembered();
+    EXPECT_EQ(service.writingApplication(target), u"org.example.Editor"_s);
+
+    window->strings[u"AXRole"_s] = u"AXWebArea"_s;
+    window->strings[u"AXURL"_s] = u"HTTPS://Claude.AI/chat/1"_s;
+    EXPECT_EQ(service.writingApplication(target), u"web:claude.ai"_s);
+    window->strings[u"AXURL"_s] = u"http://claude.ai/chat/1"_s;
+    EXPECT_EQ(service.writingApplication(target), u"org.example.Editor"_s);
+
+    target.application.bundleIdentifier = u"slack"_s;
+    EXPECT_EQ(service.writingApplication(target), u"slack"_s);
+    target.application.bundleIdentifier.clear();
+    EXPECT_EQ(service.writingApplication(target), std::nullopt);
+}
+
+} // namespace

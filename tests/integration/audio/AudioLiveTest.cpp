@@ -300,6 +300,7 @@ TEST_F(AudioLiveTest, InterruptedCommandLineRecordersFinishCleanly) {
             noteReady = note.readAllStandardError().contains("Ctrl+C");
         return dictationReady && noteReady;
     }));
+    wait(300); // as in the other cases: the new streams' first blocks are on their way
     auto player = play(u"micfeed"_s, secondClip);
     finish(*player);
     wait(500); // the end of the clip is still on its way through the server

@@ -1,6 +1,8 @@
 #include "CommandSupport.h"
 #include "model/AppDataStore.h"
+#include "platform/CredentialBackend.h"
 #include "platform/DesktopServices.h"
+#include "platform/MicrophonePermission.h"
 
 #include <functional>
 
@@ -59,12 +61,31 @@ CheckOutcome checkShortcut() {
                        shortcut.displayName())};
 }
 
-// Each check is one entry; further checks (sound server, keyring) go here.
+CheckOutcome checkSoundServer() {
+    if (MicrophonePermission::create()->granted())
+        return {true, u"The sound server answers and offers a microphone."_s};
+    return {false, u"No microphone can be recorded: the sound server (PulseAudio, or PipeWire "
+                   "with pipewire-pulse) is not running, or it offers no input. Start it and "
+                   "connect a microphone."_s};
+}
+
+CheckOutcome checkKeyring() {
+    // A name that is never stored: a reachable keyring says it is missing.
+    const auto probe = CredentialBackend::create()->lookup(u"parlevo-doctor-probe"_s, false);
+    if (probe.kind == CredentialLookup::Kind::unknown)
+        return {false, u"The system keyring (Secret Service) cannot be reached, so sign-ins and "
+                       "keys cannot be kept. Install and start gnome-keyring or KWallet."_s};
+    return {true, u"The system keyring (Secret Service) answers."_s};
+}
+
+// Each check is one entry.
 QList<DoctorCheck> doctorChecks() {
     return {
         {u"Display server"_s, checkDisplay},
         {u"Accessibility"_s, checkAccessibility},
         {u"Dictation shortcut"_s, checkShortcut},
+        {u"Sound server"_s, checkSoundServer},
+        {u"Keyring"_s, checkKeyring},
     };
 }
 

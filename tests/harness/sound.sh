@@ -1,7 +1,8 @@
 # Sourced by the audio tests: a private PulseAudio with a null "speaker" as the
 # default output (its monitor is the computer's audio) and a virtual
 # microphone as the default input, fed by whatever plays into "micfeed".
-# Usage: source sound.sh; sound_start; sound_play_mic FILE; sound_play_speaker FILE
+# Usage: source sound.sh; sound_start (or sound_server after harness_home and
+#        harness_bus); sound_play_mic FILE; sound_play_speaker FILE
 #        sound_unplug_mic; sound_kill_server
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -12,6 +13,11 @@ sound_mic_module=""
 sound_start() {
     harness_home
     harness_bus
+    sound_server
+}
+
+# The server alone, for a harness that already has its home and bus.
+sound_server() {
     export PULSE_RUNTIME_PATH="$XDG_RUNTIME_DIR/pulse"
     export PULSE_STATE_PATH="$harness_dir/pulse-state"
     export PULSE_SERVER="unix:$PULSE_RUNTIME_PATH/native"

@@ -4,11 +4,15 @@ set -euo pipefail
 parlevo="$1"
 desktop_probe="$2"
 source "$(dirname "$0")/../../harness/desktop.sh"
+source "$(dirname "$0")/../../harness/sound.sh"
+source "$(dirname "$0")/../../harness/keyring.sh"
 desktop_start
+harness_keyring
+sound_server
 out="$harness_dir/doctor.log"
 
 "$parlevo" doctor >"$out" 2>&1 || fail "doctor failed on a working desktop: $(cat "$out")"
-[ "$(count_lines "$out" '^ok ')" -eq 3 ] || fail "not every check passed: $(cat "$out")"
+[ "$(count_lines "$out" '^ok ')" -eq 5 ] || fail "not every check passed: $(cat "$out")"
 
 # Accessibility turned off is named, and --enable-accessibility turns it on.
 dbus-send --session --print-reply --dest=org.a11y.Bus /org/a11y/bus \
@@ -25,4 +29,9 @@ grep -q '^FIX  Dictation shortcut: The dictation shortcut Alt+Space cannot be re
 
 if env -u DISPLAY "$parlevo" doctor >"$out" 2>&1; then fail "doctor passed without a display"; fi
 grep -q '^FIX  Display server: No X11 display is set' "$out" || fail "no display not reported"
+
+# A sound server that went away is named.
+sound_kill_server
+if "$parlevo" doctor >"$out" 2>&1; then fail "doctor passed without a sound server"; fi
+grep -q '^FIX  Sound server: No microphone can be recorded' "$out" || fail "no sound server not reported: $(cat "$out")"
 echo "doctor: ok"

@@ -4,6 +4,7 @@
 // lookup of records by identifier.
 
 #include "CommandLine.h"
+#include "model/RawValueEnum.h"
 
 #include <QDateTime>
 #include <QMultiMap>
@@ -55,6 +56,33 @@ private:
 // a prefix of its upper-case form of at least four characters.
 enum class IdLookup { found, missing, ambiguous, malformed };
 std::pair<IdLookup, QUuid> findIdentifier(const QString& text, const QList<QUuid>& ids);
+
+// "a, b, c": every raw value of E, for usage errors.
+template <RawValueEnum E>
+QString rawValueList() {
+    QStringList names;
+    for (E value : allCases<E>())
+        names << rawValue(value).toString();
+    return names.join(u", ");
+}
+
+// Reads the last value given for `option` as a case of E into `value`; false
+// after printing a usage error naming `what` ("a style"), with its status in
+// `*status`.
+template <RawValueEnum E>
+bool enumOption(Invocation& in, const QString& option, const QString& what, E& value, int* status) {
+    const QStringList given = in.values(option);
+    if (given.isEmpty())
+        return true;
+    const auto parsed = fromRawValue<E>(given.last());
+    if (!parsed) {
+        *status = in.usageError(QStringLiteral("“%1” is not %2; use one of %3")
+                                    .arg(given.last(), what, rawValueList<E>()));
+        return false;
+    }
+    value = *parsed;
+    return true;
+}
 
 QString displayDate(const QDateTime& date);
 QString oneLine(const QString& text, qsizetype maxCharacters);

@@ -25,14 +25,6 @@ const CommandHelp finishHelp{
     "default to your settings); --reply-assist composes “Tell them …” as a reply;\n"
     "--json prints the finished text with its raw and trigger forms."_s};
 
-template <RawValueEnum E>
-QString rawValueList() {
-    QStringList names;
-    for (E value : allCases<E>())
-        names << rawValue(value).toString();
-    return names.join(u", "_s);
-}
-
 int finish(Invocation& in, QTextStream& input) {
     UserDefaults defaults;
     AppDataStore store(defaults);
@@ -43,20 +35,10 @@ int finish(Invocation& in, QTextStream& input) {
     context.dictionary = store.dictionaryEntries();
     // Piped text comes with no recording, so nothing says speech was heard:
     // it is judged as a transcript of silence would be.
-    if (const QStringList styles = in.values(u"style"_s); !styles.isEmpty()) {
-        const auto style = fromRawValue<DictationStyle>(styles.last());
-        if (!style)
-            return in.usageError(u"“%1” is not a style; use one of %2"_s.arg(
-                styles.last(), rawValueList<DictationStyle>()));
-        context.style = *style;
-    }
-    if (const QStringList codes = in.values(u"language"_s); !codes.isEmpty()) {
-        const auto language = fromRawValue<DictationLanguage>(codes.last());
-        if (!language)
-            return in.usageError(u"“%1” is not a language code; use one of %2"_s.arg(
-                codes.last(), rawValueList<DictationLanguage>()));
-        context.language = *language;
-    }
+    int status = 0;
+    if (!enumOption(in, u"style"_s, u"a style"_s, context.style, &status) ||
+        !enumOption(in, u"language"_s, u"a language code"_s, context.language, &status))
+        return status;
 
     const QString raw = input.readAll();
     DictationIntelligence intelligence;

@@ -27,30 +27,6 @@ const CommandHelp transcribeHelp{
     "the whole result with its raw text and timed segments. Long recordings are sent in\n"
     "parts; their progress is shown on standard error."_s};
 
-template <RawValueEnum E>
-QString rawValueList() {
-    QStringList names;
-    for (E value : allCases<E>())
-        names << rawValue(value).toString();
-    return names.join(u", "_s);
-}
-
-// The last value given for `option`, as a case of E; false after a usage error.
-template <RawValueEnum E>
-bool option(Invocation& in, const QString& option, const QString& what, E& value, int* status) {
-    const QStringList given = in.values(option);
-    if (given.isEmpty())
-        return true;
-    const auto parsed = fromRawValue<E>(given.last());
-    if (!parsed) {
-        *status = in.usageError(
-            u"“%1” is not %2; use one of %3"_s.arg(given.last(), what, rawValueList<E>()));
-        return false;
-    }
-    value = *parsed;
-    return true;
-}
-
 TranscriptionService::Finisher makeFinisher() {
     auto intelligence = std::make_shared<DictationIntelligence>();
     return [intelligence](const QString& text, const FinishingContext& context, bool formatted) {
@@ -74,9 +50,9 @@ int transcribe(Invocation& in) {
     request.dictionary = store.dictionaryEntries();
     request.replyAssist = store.replyAssist();
     int status = 0;
-    if (!option(in, u"style"_s, u"a style"_s, request.style, &status) ||
-        !option(in, u"language"_s, u"a language code"_s, request.language, &status) ||
-        !option(in, u"model"_s, u"a model"_s, request.model, &status))
+    if (!enumOption(in, u"style"_s, u"a style"_s, request.style, &status) ||
+        !enumOption(in, u"language"_s, u"a language code"_s, request.language, &status) ||
+        !enumOption(in, u"model"_s, u"a model"_s, request.model, &status))
         return status;
     // A model named on the command line is the one wanted, not a suggestion.
     if (!in.values(u"model"_s).isEmpty())

@@ -4,6 +4,8 @@
 
 #include <QTemporaryDir>
 
+#include "CommandRun.h"
+
 #include <gtest/gtest.h>
 
 using namespace quendra;
@@ -11,11 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct Outcome {
-    int status;
-    QString out;
-    QString err;
-};
+using clitest::Outcome;
 
 class CommandLineTest : public ::testing::Test {
 protected:
@@ -24,12 +22,7 @@ protected:
         qputenv("XDG_CONFIG_HOME", home.filePath(u"config"_s).toLocal8Bit());
         qputenv("XDG_DATA_HOME", home.filePath(u"data"_s).toLocal8Bit());
     }
-    Outcome run(const QStringList& arguments) {
-        Outcome r{0, {}, {}};
-        QTextStream out(&r.out), err(&r.err);
-        r.status = runCommandLine(arguments, out, err);
-        return r;
-    }
+    static Outcome run(const QStringList& arguments) { return clitest::runCommand(arguments); }
     static Json json(const Outcome& r) { return parseJson(r.out.toUtf8()).value_or(Json()); }
 };
 

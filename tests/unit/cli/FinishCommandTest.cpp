@@ -6,6 +6,8 @@
 
 #include <QTemporaryDir>
 
+#include "CommandRun.h"
+
 #include <gtest/gtest.h>
 
 using namespace quendra;
@@ -13,11 +15,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct Outcome {
-    int status;
-    QString out;
-    QString err;
-};
+using clitest::Outcome;
 
 class FinishCommandTest : public ::testing::Test {
 protected:

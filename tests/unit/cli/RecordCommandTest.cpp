@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include "CommandRun.h"
+
 #include <gtest/gtest.h>
 
 using namespace quendra;
@@ -14,11 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct Outcome {
-    int status;
-    QString out;
-    QString err;
-};
+using clitest::Outcome;
 
 // The recorders without a sound server: every failure is one sentence and
 // leaves nothing behind.
@@ -39,12 +37,7 @@ protected:
         else
             qputenv("PULSE_SERVER", previousServer);
     }
-    Outcome run(const QStringList& arguments) {
-        Outcome r{0, {}, {}};
-        QTextStream out(&r.out), err(&r.err);
-        r.status = runCommandLine(arguments, out, err);
-        return r;
-    }
+    static Outcome run(const QStringList& arguments) { return clitest::runCommand(arguments); }
 };
 
 TEST_F(RecordCommandTest, BadArgumentsGiveOneSentenceAndStatusTwo) {

@@ -8,6 +8,8 @@
 
 #include "support/CoreApplication.h"
 
+#include "CommandRun.h"
+
 #include <gtest/gtest.h>
 
 using namespace quendra;
@@ -15,11 +17,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct Outcome {
-    int status;
-    QString out;
-    QString err;
-};
+using clitest::Outcome;
 
 // What can be checked without a speech engine: arguments, the settings used
 // as defaults and the sentences of engines that cannot run. The offline
@@ -35,12 +33,7 @@ protected:
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(QByteArray(44 + 32'000, '\0'));
     }
-    Outcome run(const QStringList& arguments) {
-        Outcome r{0, {}, {}};
-        QTextStream out(&r.out), err(&r.err);
-        r.status = runCommandLine(arguments, out, err);
-        return r;
-    }
+    static Outcome run(const QStringList& arguments) { return clitest::runCommand(arguments); }
     QTemporaryDir home;
     QString recording;
 };

@@ -1,12 +1,14 @@
 #include "CommandSupport.h"
 
 #include "hosted/LocalQwen.h"
+#include "hosted/PartCache.h"
 #include "hosted/TranscriptionService.h"
 #include "model/AppDataStore.h"
 #include "model/AppPaths.h"
 
 #include "hosted/DictationIntelligence.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 // "parlevo transcribe": the whole transcription service on one file, with the
@@ -81,6 +83,9 @@ int transcribe(Invocation& in) {
     auto result = QCoro::waitFor(service.transcribe(request));
     if (!result)
         return in.failure(result.error().message());
+    // A file named here is not a kept recording: its part cache only serves a
+    // retry after a failure, and is not left beside the user's file.
+    QFile::remove(PartCache::pathFor(request.fileURL));
     result->transcript = store.expandSnippet(result->transcript);
     if (result->fallbackUsed)
         in.err << u"parlevo: %1 was used instead.\n"_s.arg(title(result->model)) << Qt::flush;

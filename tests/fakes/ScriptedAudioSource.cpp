@@ -17,7 +17,8 @@ std::expected<void, QString> ScriptedAudioSource::start() {
 }
 
 void ScriptedAudioSource::stop() {
-    ++stopCount;
+    if (stopTally)
+        ++*stopTally;
     isRunning = false;
 }
 
@@ -48,6 +49,7 @@ ScriptedAudioSourceFactory::microphone(const MicrophoneOptions& options) {
     microphoneRequests << options;
     auto source = std::make_unique<ScriptedAudioSource>(u"Microphone"_s, microphoneStartError);
     lastMicrophone = source.get();
+    source->stopTally = &microphoneStops;
     return source;
 }
 

@@ -24,7 +24,6 @@ public:
 
     bool running() const { return isRunning; }
     int starts() const { return startCount; }
-    int stops() const { return stopCount; }
 
     // Delivers `samples` in blocks of `blockSamples`, as a live source would;
     // nothing is delivered unless the source runs.
@@ -32,12 +31,14 @@ public:
     void deliverConstant(float value, qsizetype count, qsizetype blockSamples = 800);
     void fail(const QString& detail);
 
+    // Counted here too, so a test can see the stop of a source already gone.
+    int* stopTally = nullptr;
+
 private:
     QString name;
     std::optional<QString> startError;
     bool isRunning = false;
     int startCount = 0;
-    int stopCount = 0;
 };
 
 // Hands out scripted sources and keeps a pointer to the latest of each kind
@@ -54,6 +55,7 @@ public:
     ScriptedAudioSource* lastComputerAudio = nullptr;
     QList<MicrophoneOptions> microphoneRequests;
     int computerAudioRequests = 0;
+    int microphoneStops = 0;
 };
 
 } // namespace quendra

@@ -101,7 +101,7 @@ TEST_F(AudioRecorderTest, RecordsTheMicrophoneWithoutVoiceProcessingAndHoldsOffI
     EXPECT_TRUE(capture->hasSpeech);
     EXPECT_EQ(QFile(path).size(), 44 + 48000);
     EXPECT_EQ(idle.alive, 0);
-    EXPECT_EQ(microphone().stops(), 1);
+    EXPECT_EQ(sources.microphoneStops, 1);
     EXPECT_FALSE(recorder.stop().has_value()) << "a second stop returns nothing";
     EXPECT_EQ(recorder.filePath(), path) << "the file is kept until cleared";
 }

@@ -1,6 +1,12 @@
 #include "CommandSupport.h"
 
+#include "hosted/ConnectionStore.h"
+#include "hosted/GroqEngine.h"
+#include "hosted/HostedClient.h"
+#include "hosted/HostedEngine.h"
+#include "hosted/HostedTokenStore.h"
 #include "hosted/LocalQwen.h"
+#include "hosted/ServiceBaseURL.h"
 #include "hosted/TranscriptionService.h"
 #include "model/AppDataStore.h"
 #include "model/AppPaths.h"
@@ -51,8 +57,7 @@ bool option(Invocation& in, const QString& option, const QString& what, E& value
     return true;
 }
 
-TranscriptionService::Finisher makeFinisher() {
-    auto intelligence = std::make_shared<DictationIntelligence>();
+TranscriptionService::Finisher makeFinisher(std::shared_ptr<DictationIntelligence> intelligence) {
     return [intelligence](const QString& text, const FinishingContext& context, bool formatted) {
         return intelligence->finish(text, context, formatted);
     };
@@ -94,7 +99,22 @@ int transcribe(Invocation& in) {
                            LocalQwen::command(installer, LocalQwen::defaultWorkerScript()));
     LocalWorker offlineWorker(workerQueue,
                               OfflineSpeech::command(OfflineSpeech::installedWorker()));
-    TranscriptionService service(makeFinisher());
+    // The same keyring, sign-in and service address as the application.
+    const std::unique_ptr<CredentialBackend> keyring = CredentialBackend::create();
+    HostedTokenStore tokens(*keyring);
+    ConnectionStore connections(*keyring);
+    HostedClient hostedClient(HostedClientOptions{serviceBaseURL(defaults),
+                                                  [&tokens] { return tokens.bearer(); },
+                                                  serviceTlsConfiguration()});
+    GroqEngineOptions groq;
+    groq.key = [&connections] { return connections.connectionKey(GroqEngine::connectionName); };
+    groq.tls = serviceTlsConfiguration();
+
+    const auto intelligence = std::make_shared<DictationIntelligence>();
+    TranscriptionService service(makeFinisher(intelligence));
+    service.setEngine(DictationModel::hosted, std::make_shared<HostedEngine>(hostedClient));
+    for (const DictationModel whisper : {DictationModel::largeV3, DictationModel::turbo})
+        service.setEngine(whisper, std::make_shared<GroqEngine>(whisper, groq, intelligence));
     service.setEngine(DictationModel::qwen,
                       std::make_shared<LocalEngine>(qwenWorker, LocalQwen::sentences(),
                                                     LocalQwen::availability(installer)));

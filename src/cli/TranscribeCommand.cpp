@@ -15,6 +15,8 @@
 
 #include <QFileInfo>
 
+#include <optional>
+
 // "parlevo transcribe": the whole transcription service on one file, with the
 // user's Words, snippets and settings; options override the settings.
 
@@ -63,6 +65,27 @@ TranscriptionService::Finisher makeFinisher(std::shared_ptr<DictationIntelligenc
     };
 }
 
+// The same keyring, sign-in and service address as the application.
+struct CloudEngines {
+    explicit CloudEngines(const UserDefaults& defaults)
+        : client(HostedClientOptions{serviceBaseURL(defaults), [this] { return tokens.bearer(); },
+                                     serviceTlsConfiguration()}) {}
+    CloudEngines(const CloudEngines&) = delete;
+    CloudEngines& operator=(const CloudEngines&) = delete;
+
+    GroqEngineOptions groq() {
+        GroqEngineOptions options;
+        options.key = [this] { return connections.connectionKey(GroqEngine::connectionName); };
+        options.tls = serviceTlsConfiguration();
+        return options;
+    }
+
+    std::unique_ptr<CredentialBackend> keyring = CredentialBackend::create();
+    HostedTokenStore tokens{*keyring};
+    ConnectionStore connections{*keyring};
+    HostedClient client;
+};
+
 int transcribe(Invocation& in) {
     const QString file = in.positionals()[0];
     if (!QFileInfo(file).isFile())
@@ -99,22 +122,19 @@ int transcribe(Invocation& in) {
                            LocalQwen::command(installer, LocalQwen::defaultWorkerScript()));
     LocalWorker offlineWorker(workerQueue,
                               OfflineSpeech::command(OfflineSpeech::installedWorker()));
-    // The same keyring, sign-in and service address as the application.
-    const std::unique_ptr<CredentialBackend> keyring = CredentialBackend::create();
-    HostedTokenStore tokens(*keyring);
-    ConnectionStore connections(*keyring);
-    HostedClient hostedClient(HostedClientOptions{serviceBaseURL(defaults),
-                                                  [&tokens] { return tokens.bearer(); },
-                                                  serviceTlsConfiguration()});
-    GroqEngineOptions groq;
-    groq.key = [&connections] { return connections.connectionKey(GroqEngine::connectionName); };
-    groq.tls = serviceTlsConfiguration();
-
+    // Cloud engines fall back to local ones, never the other way round, so
+    // only they open the keyring.
+    std::optional<CloudEngines> cloud;
     const auto intelligence = std::make_shared<DictationIntelligence>();
     TranscriptionService service(makeFinisher(intelligence));
-    service.setEngine(DictationModel::hosted, std::make_shared<HostedEngine>(hostedClient));
-    for (const DictationModel whisper : {DictationModel::largeV3, DictationModel::turbo})
-        service.setEngine(whisper, std::make_shared<GroqEngine>(whisper, groq, intelligence));
+    if (request.model == DictationModel::hosted || request.model == DictationModel::largeV3 ||
+        request.model == DictationModel::turbo) {
+        cloud.emplace(defaults);
+        service.setEngine(DictationModel::hosted, std::make_shared<HostedEngine>(cloud->client));
+        for (const DictationModel whisper : {DictationModel::largeV3, DictationModel::turbo})
+            service.setEngine(whisper,
+                              std::make_shared<GroqEngine>(whisper, cloud->groq(), intelligence));
+    }
     service.setEngine(DictationModel::qwen,
                       std::make_shared<LocalEngine>(qwenWorker, LocalQwen::sentences(),
                                                     LocalQwen::availability(installer)));

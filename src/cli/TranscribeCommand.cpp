@@ -1,7 +1,13 @@
 #include "CommandSupport.h"
 
+#include "hosted/ConnectionStore.h"
+#include "hosted/GroqEngine.h"
+#include "hosted/HostedClient.h"
+#include "hosted/HostedEngine.h"
+#include "hosted/HostedTokenStore.h"
 #include "hosted/LocalQwen.h"
 #include "hosted/PartCache.h"
+#include "hosted/ServiceBaseURL.h"
 #include "hosted/TranscriptionService.h"
 #include "model/AppDataStore.h"
 #include "model/AppPaths.h"
@@ -10,6 +16,8 @@
 
 #include <QFile>
 #include <QFileInfo>
+
+#include <optional>
 
 // "parlevo transcribe": the whole transcription service on one file, with the
 // user's Words, snippets and settings; options override the settings.
@@ -29,12 +37,32 @@ const CommandHelp transcribeHelp{
     "the whole result with its raw text and timed segments. Long recordings are sent in\n"
     "parts; their progress is shown on standard error."_s};
 
-TranscriptionService::Finisher makeFinisher() {
-    auto intelligence = std::make_shared<DictationIntelligence>();
+TranscriptionService::Finisher makeFinisher(std::shared_ptr<DictationIntelligence> intelligence) {
     return [intelligence](const QString& text, const FinishingContext& context, bool formatted) {
         return intelligence->finish(text, context, formatted);
     };
 }
+
+// The same keyring, sign-in and service address as the application.
+struct CloudEngines {
+    explicit CloudEngines(const UserDefaults& defaults)
+        : client(HostedClientOptions{serviceBaseURL(defaults), [this] { return tokens.bearer(); },
+                                     serviceTlsConfiguration()}) {}
+    CloudEngines(const CloudEngines&) = delete;
+    CloudEngines& operator=(const CloudEngines&) = delete;
+
+    GroqEngineOptions groq() {
+        GroqEngineOptions options;
+        options.key = [this] { return connections.connectionKey(GroqEngine::connectionName); };
+        options.tls = serviceTlsConfiguration();
+        return options;
+    }
+
+    std::unique_ptr<CredentialBackend> keyring = CredentialBackend::create();
+    HostedTokenStore tokens{*keyring};
+    ConnectionStore connections{*keyring};
+    HostedClient client;
+};
 
 int transcribe(Invocation& in) {
     const QString file = in.positionals()[0];
@@ -72,7 +100,19 @@ int transcribe(Invocation& in) {
                            LocalQwen::command(installer, LocalQwen::defaultWorkerScript()));
     LocalWorker offlineWorker(workerQueue,
                               OfflineSpeech::command(OfflineSpeech::installedWorker()));
-    TranscriptionService service(makeFinisher());
+    // Cloud engines fall back to local ones, never the other way round, so
+    // only they open the keyring.
+    std::optional<CloudEngines> cloud;
+    const auto intelligence = std::make_shared<DictationIntelligence>();
+    TranscriptionService service(makeFinisher(intelligence));
+    if (request.model == DictationModel::hosted || request.model == DictationModel::largeV3 ||
+        request.model == DictationModel::turbo) {
+        cloud.emplace(defaults);
+        service.setEngine(DictationModel::hosted, std::make_shared<HostedEngine>(cloud->client));
+        for (const DictationModel whisper : {DictationModel::largeV3, DictationModel::turbo})
+            service.setEngine(whisper,
+                              std::make_shared<GroqEngine>(whisper, cloud->groq(), intelligence));
+    }
     service.setEngine(DictationModel::qwen,
                       std::make_shared<LocalEngine>(qwenWorker, LocalQwen::sentences(),
                                                     LocalQwen::availability(installer)));

@@ -74,7 +74,7 @@ QString DesktopSignIn::challenge(const QString& verifier) {
 
 QCoro::Task<SignInOutcome>
 DesktopSignIn::run(QString device, std::function<void(const DesktopSignInStart&)> onStarted,
-                   CancelRef cancel) {
+                   Cancellation cancel) {
     using Kind = HostedError::Kind;
     const QString verifier = makeVerifier();
     const QString challengeText = challenge(verifier);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CancelToken.h"
+#include "CancellationFlag.h"
 #include "HostedClient.h"
 #include "HostedTokenStore.h"
 #include "SignInClock.h"
@@ -44,7 +44,7 @@ public:
     // `onStarted` opens the page in the browser.
     QCoro::Task<SignInOutcome> run(QString device,
                                    std::function<void(const DesktopSignInStart&)> onStarted,
-                                   CancelRef cancel = {});
+                                   Cancellation cancel = {});
 
 private:
     HostedClient& client;

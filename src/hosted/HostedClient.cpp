@@ -77,7 +77,7 @@ QUrl HostedClient::endpoint(const QString& path) const {
 
 QCoro::Task<HostedResult<HostedReply>> HostedClient::send(QString path, Json body,
                                                           Authorization authorization,
-                                                          int timeoutSec, CancelRef cancel) {
+                                                          int timeoutSec, Cancellation cancel) {
     Q_ASSERT(QThread::currentThread() == manager->thread());
     if (cancel && cancel->isCancelled())
         co_return std::unexpected(HostedError::of(HostedError::Kind::cancelled));
@@ -125,7 +125,7 @@ QCoro::Task<HostedResult<HostedReply>> HostedClient::send(QString path, Json bod
     if (!reply->isFinished())
         co_await qCoro(reply.get()).waitForFinished();
     if (cancel)
-        cancel->remove(hook);
+        cancel->forget(hook);
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (cancelledByCaller) {
@@ -149,7 +149,7 @@ QCoro::Task<HostedResult<HostedReply>> HostedClient::send(QString path, Json bod
 // inside a co_await expression twice.
 
 QCoro::Task<HostedResult<DesktopSignInStart>>
-HostedClient::desktopStart(QString challenge, QString device, CancelRef cancel) {
+HostedClient::desktopStart(QString challenge, QString device, Cancellation cancel) {
     Json body{{"action", "desktop-start"}, {"challenge", challenge}, {"device", device}};
     const QString path = u"auth"_s;
     Authorization authorization{Authorization::Kind::none, {}};
@@ -158,7 +158,7 @@ HostedClient::desktopStart(QString challenge, QString device, CancelRef cancel) 
 }
 
 QCoro::Task<HostedResult<DesktopClaim>> HostedClient::desktopClaim(QString pollId, QString verifier,
-                                                                   CancelRef cancel) {
+                                                                   Cancellation cancel) {
     Json body{{"action", "desktop-claim"}, {"pollId", pollId}, {"verifier", verifier}};
     const QString path = u"auth"_s;
     Authorization authorization{Authorization::Kind::none, {}};
@@ -166,7 +166,7 @@ QCoro::Task<HostedResult<DesktopClaim>> HostedClient::desktopClaim(QString pollI
     co_return decoded(std::move(reply), decodeDesktopClaim);
 }
 
-QCoro::Task<HostedResult<AccountView>> HostedClient::me(CancelRef cancel) {
+QCoro::Task<HostedResult<AccountView>> HostedClient::me(Cancellation cancel) {
     Json body{{"action", "me"}};
     const QString path = u"account"_s;
     Authorization authorization{Authorization::Kind::stored, {}};
@@ -178,11 +178,11 @@ QCoro::Task<> HostedClient::signOut(QString token) {
     Json body{{"action", "signout"}};
     const QString path = u"auth"_s;
     Authorization authorization{Authorization::Kind::explicitToken, token};
-    CancelRef never;
+    Cancellation never;
     co_await send(path, std::move(body), std::move(authorization), 10, never);
 }
 
-QCoro::Task<HostedResult<bool>> HostedClient::deleteAccount(CancelRef cancel) {
+QCoro::Task<HostedResult<bool>> HostedClient::deleteAccount(Cancellation cancel) {
     Json body{{"action", "delete"}, {"confirm", "DELETE"}};
     const QString path = u"account"_s;
     Authorization authorization{Authorization::Kind::stored, {}};
@@ -191,7 +191,7 @@ QCoro::Task<HostedResult<bool>> HostedClient::deleteAccount(CancelRef cancel) {
 }
 
 QCoro::Task<HostedResult<HostedDictationResult>>
-HostedClient::dictate(HostedDictationRequest request, CancelRef cancel) {
+HostedClient::dictate(HostedDictationRequest request, Cancellation cancel) {
     const QString path = u"dictate"_s;
     Authorization authorization{Authorization::Kind::stored, {}};
     auto reply = co_await send(path, dictationBody(request), std::move(authorization), 125, cancel);
@@ -199,7 +199,7 @@ HostedClient::dictate(HostedDictationRequest request, CancelRef cancel) {
 }
 
 QCoro::Task<HostedResult<HostedNoteTranscript>>
-HostedClient::transcribeNote(QByteArray wav, QString language, CancelRef cancel) {
+HostedClient::transcribeNote(QByteArray wav, QString language, Cancellation cancel) {
     Json body{{"action", "transcribe"},
               {"language", language},
               {"mediaType", "audio/wav"},
@@ -211,7 +211,7 @@ HostedClient::transcribeNote(QByteArray wav, QString language, CancelRef cancel)
 }
 
 QCoro::Task<HostedResult<HostedSummary>> HostedClient::summarize(QList<HostedSummaryPart> parts,
-                                                                 CancelRef cancel) {
+                                                                 Cancellation cancel) {
     Json body{{"action", "summarize"}, {"parts", partsJson(parts)}};
     const QString path = u"notes"_s;
     Authorization authorization{Authorization::Kind::stored, {}};
@@ -220,7 +220,7 @@ QCoro::Task<HostedResult<HostedSummary>> HostedClient::summarize(QList<HostedSum
 }
 
 QCoro::Task<HostedResult<HostedAnswer>>
-HostedClient::ask(QString question, QList<HostedSummaryPart> parts, CancelRef cancel) {
+HostedClient::ask(QString question, QList<HostedSummaryPart> parts, Cancellation cancel) {
     Json body{{"action", "ask"}, {"question", question}, {"parts", partsJson(parts)}};
     const QString path = u"notes"_s;
     Authorization authorization{Authorization::Kind::stored, {}};
@@ -228,7 +228,7 @@ HostedClient::ask(QString question, QList<HostedSummaryPart> parts, CancelRef ca
     co_return decoded(std::move(reply), decodeAnswer);
 }
 
-QCoro::Task<HostedResult<bool>> HostedClient::uploadReview(Json body, CancelRef cancel) {
+QCoro::Task<HostedResult<bool>> HostedClient::uploadReview(Json body, Cancellation cancel) {
     const QString path = u"review"_s;
     Authorization authorization{Authorization::Kind::stored, {}};
     auto reply = co_await send(path, std::move(body), std::move(authorization), 30, cancel);

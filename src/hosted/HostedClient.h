@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CancelToken.h"
+#include "CancellationFlag.h"
 #include "HostedBearer.h"
 #include "HostedDictation.h"
 #include "HostedReply.h"
@@ -42,22 +42,22 @@ public:
     QUrl endpoint(const QString& path) const;
 
     QCoro::Task<HostedResult<DesktopSignInStart>> desktopStart(QString challenge, QString device,
-                                                               CancelRef cancel = {});
+                                                               Cancellation cancel = {});
     QCoro::Task<HostedResult<DesktopClaim>> desktopClaim(QString pollId, QString verifier,
-                                                         CancelRef cancel = {});
-    QCoro::Task<HostedResult<AccountView>> me(CancelRef cancel = {});
+                                                         Cancellation cancel = {});
+    QCoro::Task<HostedResult<AccountView>> me(Cancellation cancel = {});
     // Revokes a token that is no longer stored; every failure is ignored.
     QCoro::Task<> signOut(QString token);
-    QCoro::Task<HostedResult<bool>> deleteAccount(CancelRef cancel = {});
+    QCoro::Task<HostedResult<bool>> deleteAccount(Cancellation cancel = {});
     QCoro::Task<HostedResult<HostedDictationResult>> dictate(HostedDictationRequest request,
-                                                             CancelRef cancel = {}) override;
+                                                             Cancellation cancel = {}) override;
     QCoro::Task<HostedResult<HostedNoteTranscript>> transcribeNote(QByteArray wav, QString language,
-                                                                   CancelRef cancel = {});
+                                                                   Cancellation cancel = {});
     QCoro::Task<HostedResult<HostedSummary>> summarize(QList<HostedSummaryPart> parts,
-                                                       CancelRef cancel = {});
+                                                       Cancellation cancel = {});
     QCoro::Task<HostedResult<HostedAnswer>> ask(QString question, QList<HostedSummaryPart> parts,
-                                                CancelRef cancel = {});
-    QCoro::Task<HostedResult<bool>> uploadReview(Json body, CancelRef cancel = {});
+                                                Cancellation cancel = {});
+    QCoro::Task<HostedResult<bool>> uploadReview(Json body, Cancellation cancel = {});
 
 private:
     struct Authorization {
@@ -67,7 +67,7 @@ private:
     };
 
     QCoro::Task<HostedResult<HostedReply>>
-    send(QString path, Json body, Authorization authorization, int timeoutSec, CancelRef cancel);
+    send(QString path, Json body, Authorization authorization, int timeoutSec, Cancellation cancel);
 
     HostedClientOptions options;
     std::unique_ptr<QNetworkAccessManager> manager;

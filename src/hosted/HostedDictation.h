@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CancelToken.h"
+#include "CancellationFlag.h"
 #include "HostedError.h"
 #include "HostedRecords.h"
 
@@ -19,7 +19,7 @@ class HostedDictation {
 public:
     virtual ~HostedDictation() = default;
     virtual QCoro::Task<HostedResult<HostedDictationResult>> dictate(HostedDictationRequest request,
-                                                                     CancelRef cancel = {}) = 0;
+                                                                     Cancellation cancel = {}) = 0;
 };
 
 } // namespace quendra

@@ -14,7 +14,7 @@ class LiveClock final : public SignInClock {
 public:
     QDateTime now() override { return QDateTime::currentDateTimeUtc(); }
 
-    QCoro::Task<bool> sleep(double seconds, CancelRef cancel) override {
+    QCoro::Task<bool> sleep(double seconds, Cancellation cancel) override {
         // Short steps keep a cancelled sign-in from lingering.
         const QDateTime until = now().addMSecs(qint64(seconds * 1000));
         while (now() < until) {

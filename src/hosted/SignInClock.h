@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CancelToken.h"
+#include "CancellationFlag.h"
 
 #include <QDateTime>
 
@@ -14,7 +14,7 @@ public:
     virtual ~SignInClock() = default;
     virtual QDateTime now() = 0;
     // False when `cancel` fired before the time was up.
-    virtual QCoro::Task<bool> sleep(double seconds, CancelRef cancel) = 0;
+    virtual QCoro::Task<bool> sleep(double seconds, Cancellation cancel) = 0;
 
     // The system clock.
     static SignInClock& live();

@@ -15,3 +15,11 @@ if(TARGET parlevo)
                      ${CMAKE_CURRENT_SOURCE_DIR}/fixtures/hosted_standin.py)
     set_tests_properties(integration.account_cli PROPERTIES LABELS "integration;hosted" TIMEOUT 90)
 endif()
+
+if(TARGET parlevo)
+    add_test(NAME integration.transcribe_cloud
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/transcribe_cloud.sh
+                     $<TARGET_FILE:parlevo> ${CMAKE_CURRENT_SOURCE_DIR}/fixtures/hosted_standin.py)
+    set_tests_properties(integration.transcribe_cloud PROPERTIES LABELS "integration;hosted"
+                                                                 TIMEOUT 90)
+endif()

@@ -29,7 +29,7 @@ const QString challenge = u"E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM"_s;
 class PretendClock final : public SignInClock {
 public:
     QDateTime now() override { return start.addMSecs(qint64(elapsedSec * 1000)); }
-    QCoro::Task<bool> sleep(double seconds, CancelRef cancel) override {
+    QCoro::Task<bool> sleep(double seconds, Cancellation cancel) override {
         waits.append(seconds);
         elapsedSec += seconds;
         if (cancelAfterWaits && waits.size() == cancelAfterWaits && cancel)
@@ -67,7 +67,7 @@ Json signedInReply() {
 
 class DesktopSignInTest : public ::testing::Test {
 protected:
-    SignInOutcome signIn(CancelRef cancel = {}) {
+    SignInOutcome signIn(Cancellation cancel = {}) {
         DesktopSignIn flow(client, tokens, clock, [] { return verifier; });
         return run(flow.run(
             u"Parlevo on test-host"_s,
@@ -200,7 +200,7 @@ TEST_F(DesktopSignInTest, CancellingEndsItAsTheUsersChoice) {
     pending["repeat"] = true;
     standIn.script(Json::array({startReply(), pending}));
     clock.cancelAfterWaits = 3;
-    const SignInOutcome outcome = signIn(CancelToken::make());
+    const SignInOutcome outcome = signIn(std::make_shared<CancellationFlag>());
     EXPECT_EQ(outcome.kind, Outcome::cancelledByUser);
     EXPECT_EQ(standIn.requests().size(), 3u); // the start and two polls
     EXPECT_EQ(tokens.status(), HostedTokenStore::Status::signedOut);

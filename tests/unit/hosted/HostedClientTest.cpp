@@ -359,7 +359,7 @@ TEST_F(HostedClientTest, EachCallHasItsOwnTimeOut) {
 TEST_F(HostedClientTest, CancellationIsNotMistakenForOffline) {
     standIn.script(Json::array({{{"path", "dictate"}, {"delaySec", 2}, {"json", {}}}}));
     auto client = makeClient();
-    auto cancel = CancelToken::make();
+    auto cancel = std::make_shared<CancellationFlag>();
     QTimer::singleShot(100, [cancel] { cancel->cancel(); });
     EXPECT_EQ(run(client.dictate({}, cancel)).error(), HostedError::of(Kind::cancelled));
     // Already cancelled: nothing is sent.

@@ -88,4 +88,8 @@ Json StandIn::requests() {
     return control("GET", u"/_control/requests"_s).value("requests", Json::array());
 }
 
+int StandIn::maxInFlight() {
+    return control("GET", u"/_control/requests"_s).value("maxInFlight", 0);
+}
+
 } // namespace quendra::testing

@@ -42,6 +42,9 @@ public:
     void reset();
     // Every request seen: method, path, headers (lower-case names), body.
     Json requests();
+    // The most requests the stand-in was answering at one time since the
+    // last reset.
+    int maxInFlight();
 
 private:
     Json control(const QByteArray& method, const QString& path, const Json& body = {});

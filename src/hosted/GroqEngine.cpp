@@ -1,0 +1,207 @@
+#include "hosted/GroqEngine.h"
+
+#include "hosted/HostedEngine.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QNetworkAccessManager>
+#include <QNetworkCookie>
+#include <QNetworkCookieJar>
+#include <QNetworkReply>
+#include <QUuid>
+
+#include <qcoro/qcoronetworkreply.h>
+
+#include <cmath>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace quendra {
+
+namespace {
+
+class NoCookies final : public QNetworkCookieJar {
+public:
+    using QNetworkCookieJar::QNetworkCookieJar;
+    QList<QNetworkCookie> cookiesForUrl(const QUrl&) const override { return {}; }
+    bool setCookiesFromUrl(const QList<QNetworkCookie>&, const QUrl&) override { return false; }
+};
+
+struct ReplyDeleter {
+    void operator()(QNetworkReply* reply) const { reply->deleteLater(); }
+};
+
+TranscriptionServiceError failure(TranscriptionServiceError::Kind kind) {
+    return {kind, {}};
+}
+
+// The chat model's reasoning counts against this too; a dictation part is a
+// minute of speech, far below it.
+constexpr int maxCompletionTokens = 4096;
+
+} // namespace
+
+GroqEngine::GroqEngine(DictationModel model, GroqEngineOptions options,
+                       std::shared_ptr<DictationIntelligence> intelligence)
+    : model(model)
+    , options(std::move(options))
+    , intelligence(std::move(intelligence))
+    , manager(std::make_unique<QNetworkAccessManager>()) {
+    manager->setCookieJar(new NoCookies(manager.get()));
+    manager->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+    manager->setAutoDeleteReplies(false);
+}
+
+GroqEngine::~GroqEngine() = default;
+
+QString GroqEngine::speechModel(DictationModel model) {
+    return model == DictationModel::turbo ? u"whisper-large-v3-turbo"_s : u"whisper-large-v3"_s;
+}
+
+QCoro::Task<std::expected<GroqEngine::Reply, TranscriptionServiceError>>
+GroqEngine::post(QString path, QByteArray contentType, QByteArray body, QString key, int timeoutSec,
+                 Cancellation cancel) {
+    QUrl url = options.baseURL;
+    url.setPath(path);
+    QNetworkRequest request(url);
+    request.setRawHeader("Content-Type", contentType);
+    request.setRawHeader("Accept", "application/json");
+    request.setRawHeader("Authorization", "Bearer " + key.toUtf8());
+    // The key must never follow a redirect to another host.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::ManualRedirectPolicy);
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
+                         QNetworkRequest::AlwaysNetwork);
+    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
+    request.setTransferTimeout(
+        std::max(1, int(std::lround(timeoutSec * 1000.0 * options.timeoutScale))));
+    request.setSslConfiguration(options.tls);
+
+    std::unique_ptr<QNetworkReply, ReplyDeleter> reply(manager->post(request, body));
+    bool cancelledByCaller = false;
+    QNetworkReply* raw = reply.get();
+    const int hook = cancel->onCancel([raw, &cancelledByCaller] {
+        cancelledByCaller = true;
+        raw->abort();
+    });
+    if (!reply->isFinished())
+        co_await qCoro(reply.get()).waitForFinished();
+    cancel->forget(hook);
+    if (cancelledByCaller)
+        co_return std::unexpected(failure(TranscriptionServiceError::Kind::cancelled));
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (!status.isValid())
+        co_return std::unexpected(TranscriptionServiceError::engine(Sentences::unreachable));
+    const int code = status.toInt();
+    if (code == 401 || code == 403)
+        co_return std::unexpected(TranscriptionServiceError::engine(Sentences::rejected));
+    if (code == 429)
+        co_return std::unexpected(TranscriptionServiceError::engine(Sentences::limit));
+    // A failing server is as good as an unreachable one to the user.
+    if (code >= 500)
+        co_return std::unexpected(TranscriptionServiceError::engine(Sentences::unreachable));
+    if (code < 200 || code >= 300)
+        co_return std::unexpected(failure(TranscriptionServiceError::Kind::invalidResponse));
+    co_return Reply{code, reply->readAll()};
+}
+
+QCoro::Task<EngineResult> GroqEngine::transcribe(EngineRequest request) {
+    const Cancellation cancel = request.cancel;
+    if (cancel->isCancelled())
+        co_return std::unexpected(failure(TranscriptionServiceError::Kind::cancelled));
+    const std::optional<QString> key = options.key ? options.key() : std::nullopt;
+    if (!key || key->isEmpty())
+        co_return std::unexpected(TranscriptionServiceError::engine(Sentences::noKey));
+
+    QFile file(request.part.path);
+    if (!file.open(QIODevice::ReadOnly))
+        co_return std::unexpected(failure(TranscriptionServiceError::Kind::unsupportedRecording));
+    const QString extension = QFileInfo(request.part.path).suffix();
+    const QByteArray boundary = "quendra-" + QUuid::createUuid().toString(QUuid::Id128).toLatin1();
+    QByteArray form;
+    const auto addField = [&form, &boundary](const char* name, const QString& value) {
+        form += "--" + boundary + "\r\nContent-Disposition: form-data; name=\"" + name +
+                "\"\r\n\r\n" + value.toUtf8() + "\r\n";
+    };
+    addField("model", speechModel(model));
+    addField("response_format", u"json"_s);
+    // Whisper guesses the language itself when none is named.
+    if (request.context.language != DictationLanguage::automatic)
+        addField("language", rawValue(request.context.language).toString());
+    addField("temperature", u"0"_s);
+    form += "--" + boundary +
+            "\r\nContent-Disposition: form-data; name=\"file\"; filename=\"dictation." +
+            extension.toUtf8() +
+            "\"\r\nContent-Type: " + HostedEngine::mediaType(request.part.path).toLatin1() +
+            "\r\n\r\n" + file.readAll() + "\r\n--" + boundary + "--\r\n";
+    file.close();
+
+    const QString transcriptions = transcriptionPath;
+    const QByteArray formType = "multipart/form-data; boundary=" + boundary;
+    const QString usedKey = *key;
+    auto reply = co_await post(transcriptions, formType, std::move(form), usedKey, 120, cancel);
+    if (!reply)
+        co_return std::unexpected(reply.error());
+    const auto parsed = parseJson(reply->body);
+    const auto text = parsed ? field<QString>(*parsed, "text") : std::nullopt;
+    if (!text)
+        co_return std::unexpected(failure(TranscriptionServiceError::Kind::invalidResponse));
+
+    EngineTranscript raw;
+    raw.rawTranscript = text->trimmed();
+    raw.transcript = raw.rawTranscript;
+    // Literal text and silence need no formatting.
+    if (request.context.style == DictationStyle::exact || raw.rawTranscript.isEmpty())
+        co_return raw;
+    const FinishingContext context = request.context;
+    co_return co_await format(std::move(raw), context, usedKey, cancel);
+}
+
+QCoro::Task<EngineResult> GroqEngine::format(EngineTranscript raw, FinishingContext context,
+                                             QString key, Cancellation cancel) {
+    auto messages = intelligence->buildCleanupMessages(raw.rawTranscript, context);
+    if (!messages)
+        co_return std::unexpected(messages.error());
+    const Json body{{"model", chatModel},
+                    {"messages", *messages},
+                    {"reasoning_effort", "low"},
+                    {"max_completion_tokens", maxCompletionTokens}};
+    const QString chat = chatPath;
+    const QByteArray jsonType = "application/json";
+    QByteArray payload = jsonBytes(body);
+    auto reply = co_await post(chat, jsonType, std::move(payload), key, 60, cancel);
+    if (!reply && reply.error().kind == TranscriptionServiceError::Kind::cancelled)
+        co_return std::unexpected(reply.error());
+    // The words are already in hand: a formatting that fails for any reason
+    // leaves the raw text to the local finishing.
+    std::optional<QString> candidate;
+    if (reply) {
+        if (const auto parsed = parseJson(reply->body);
+            parsed && parsed->is_object() && parsed->contains("choices") &&
+            (*parsed)["choices"].is_array() && !(*parsed)["choices"].empty()) {
+            const Json& message = (*parsed)["choices"][0].value("message", Json::object());
+            candidate = field<QString>(message, "content");
+        }
+    }
+    if (candidate && !candidate->trimmed().isEmpty()) {
+        const QString trimmed = candidate->trimmed();
+        auto safe = intelligence->cleanupIsSafeForMode(raw.rawTranscript, trimmed, context.style);
+        if (!safe)
+            co_return std::unexpected(safe.error());
+        if (*safe) {
+            auto merged =
+                intelligence->mergeCleanCandidate(raw.rawTranscript, trimmed, context.style);
+            if (!merged)
+                co_return std::unexpected(merged.error());
+            raw.transcript = *merged;
+            raw.modelFormatted = true;
+            co_return raw;
+        }
+    }
+    raw.formattingFallback = true;
+    co_return raw;
+}
+
+} // namespace quendra

@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# "parlevo transcribe" with the cloud models: the Parlevo model against the
+# HTTPS stand-in with an access code in a real gnome-keyring on a private bus,
+# and the Groq models with no account connected (nothing leaves loopback).
+# Usage: transcribe_cloud.sh PARLEVO STANDIN
+set -euo pipefail
+parlevo="$1"
+standin="$2"
+source "$(dirname "$0")/../harness/keyring.sh"
+harness_home
+harness_bus
+harness_keyring
+python=/usr/bin/python3
+work="$harness_dir/standin"
+mkdir -p "$work"
+harness_spawn standin "$python" "$standin" "$work"
+harness_wait 10 test -f "$work/port" || { echo "stand-in did not start" >&2; exit 1; }
+port="$(cat "$work/port")"
+control() { "$python" "$standin" "$work" --control "$@"; }
+
+mkdir -p "$XDG_CONFIG_HOME/Quendra"
+printf '[General]\nserviceBaseURL="s:https://127.0.0.1:%s/api/"\n' "$port" \
+    >"$XDG_CONFIG_HOME/Quendra/defaults.conf"
+export SSL_CERT_FILE="$work/ca.pem"
+log="$harness_dir/parlevo.log"
+
+failures=0
+check() { # check DESCRIPTION EXPECTED ACTUAL
+    if [ "$2" != "$3" ]; then
+        echo "FAIL: $1"$'\n'"  expected: $2"$'\n'"  actual:   $3" >&2
+        failures=$((failures + 1))
+    fi
+}
+
+code="pvb_$(printf 'C%.0s' $(seq 43))"
+printf '%s' "$code" | secret-tool store --label="Parlevo access code" \
+    service 'Quendra Personal Connections' account accessCode
+
+wav="$harness_dir/one-second.wav"
+"$python" - "$wav" <<'PY'
+import sys, wave
+with wave.open(sys.argv[1], "wb") as out:
+    out.setnchannels(1)
+    out.setsampwidth(2)
+    out.setframerate(16000)
+    out.writeframes(bytes(range(256)) * 125)
+PY
+
+control /_control/script '{"replies": [{"path": "dictate", "json":
+    {"transcript": "Hello from the service.", "rawTranscript": "hello from the service"}}]}' \
+    >/dev/null
+check "the service's text is printed" "Hello from the service." \
+    "$("$parlevo" transcribe "$wav" --model parlevo --style clean 2>>"$log" || echo "exit $?")"
+check "one dictation with the code, the WAV and the light cleanup" \
+    "/api/dictate Bearer $code audio/wav light 32044" \
+    "$(control /_control/requests | "$python" -c '
+import base64, json, sys
+seen = json.load(sys.stdin)["requests"]
+for r in seen:
+    b = r["body"]
+    print(r["path"], r["headers"].get("authorization"), b["mediaType"], b["cleanupMode"],
+          len(base64.b64decode(b["audioBase64"])))')"
+
+for model in whisper-large-v3 whisper-large-v3-turbo; do
+    check "$model wants a connected account" \
+        "Connect your Groq account in Settings, then retry."$'\n'"exit 1" \
+        "$("$parlevo" transcribe "$wav" --model "$model" 2>&1 || echo "exit $?")"
+done
+exit "$failures"

@@ -2,6 +2,8 @@
 
 #include "CommandSupport.h"
 
+#include <QHash>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
@@ -32,29 +34,15 @@ const QString overview =
 using GroupRunner = int (*)(const QStringList&, QTextStream&, QTextStream&);
 
 GroupRunner groupRunner(const QString& name) {
-    if (name == u"words"_s)
-        return runWordsCommand;
-    if (name == u"snippets"_s)
-        return runSnippetsCommand;
-    if (name == u"history"_s)
-        return runHistoryCommand;
-    if (name == u"notes"_s)
-        return runNotesCommand;
-    if (name == u"finish"_s)
-        return runFinishCommand;
-    if (name == u"account"_s)
-        return runAccountCommand;
-    if (name == u"record"_s)
-        return runRecordCommand;
-    if (name == u"transcribe"_s)
-        return runTranscribeCommand;
-    if (name == u"doctor"_s)
-        return runDoctorCommand;
-    if (name == u"target"_s)
-        return runTargetCommand;
-    if (name == u"insert"_s)
-        return runInsertCommand;
-    return nullptr;
+    static const QHash<QString, GroupRunner> groups{
+        {u"words"_s, runWordsCommand},     {u"snippets"_s, runSnippetsCommand},
+        {u"history"_s, runHistoryCommand}, {u"notes"_s, runNotesCommand},
+        {u"finish"_s, runFinishCommand},   {u"account"_s, runAccountCommand},
+        {u"record"_s, runRecordCommand},   {u"transcribe"_s, runTranscribeCommand},
+        {u"doctor"_s, runDoctorCommand},   {u"target"_s, runTargetCommand},
+        {u"insert"_s, runInsertCommand},
+    };
+    return groups.value(name, nullptr);
 }
 
 } // namespace

@@ -6,21 +6,11 @@ set -euo pipefail
 parlevo="$1"
 standin="$2"
 source "$(dirname "$0")/../harness/keyring.sh"
+source "$(dirname "$0")/../harness/standin.sh"
 harness_home
 harness_bus
 harness_keyring
-python=/usr/bin/python3
-work="$harness_dir/standin"
-mkdir -p "$work"
-harness_spawn standin "$python" "$standin" "$work"
-harness_wait 10 test -f "$work/port" || { echo "stand-in did not start" >&2; exit 1; }
-port="$(cat "$work/port")"
-control() { "$python" "$standin" "$work" --control "$@"; }
-
-mkdir -p "$XDG_CONFIG_HOME/Quendra"
-printf '[General]\nserviceBaseURL="s:https://127.0.0.1:%s/api/"\n' "$port" \
-    >"$XDG_CONFIG_HOME/Quendra/defaults.conf"
-export SSL_CERT_FILE="$work/ca.pem"
+standin_start "$standin"
 export QT_LOGGING_RULES="com.orvane.quendra.mac.*=true"
 log="$harness_dir/parlevo.log"
 
@@ -80,7 +70,7 @@ check "sign-out" "Signed out of Parlevo." "$(run account signout)"
 check "signed out afterwards" '{"status":"signedOut"}' "$(status)"
 check "the keyring holds no sign-in" "" \
     "$(secret-tool lookup service 'Quendra Personal Connections' account session || true)"
-revoked="$(control /_control/requests | "$python" -c '
+revoked="$(control /_control/requests | /usr/bin/python3 -c '
 import json, sys
 for r in json.load(sys.stdin)["requests"]:
     if r["body"].get("action") == "signout":

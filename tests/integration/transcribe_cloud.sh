@@ -7,21 +7,11 @@ set -euo pipefail
 parlevo="$1"
 standin="$2"
 source "$(dirname "$0")/../harness/keyring.sh"
+source "$(dirname "$0")/../harness/standin.sh"
 harness_home
 harness_bus
 harness_keyring
-python=/usr/bin/python3
-work="$harness_dir/standin"
-mkdir -p "$work"
-harness_spawn standin "$python" "$standin" "$work"
-harness_wait 10 test -f "$work/port" || { echo "stand-in did not start" >&2; exit 1; }
-port="$(cat "$work/port")"
-control() { "$python" "$standin" "$work" --control "$@"; }
-
-mkdir -p "$XDG_CONFIG_HOME/Quendra"
-printf '[General]\nserviceBaseURL="s:https://127.0.0.1:%s/api/"\n' "$port" \
-    >"$XDG_CONFIG_HOME/Quendra/defaults.conf"
-export SSL_CERT_FILE="$work/ca.pem"
+standin_start "$standin"
 log="$harness_dir/parlevo.log"
 
 failures=0
@@ -37,7 +27,7 @@ printf '%s' "$code" | secret-tool store --label="Parlevo access code" \
     service 'Quendra Personal Connections' account accessCode
 
 wav="$harness_dir/one-second.wav"
-"$python" - "$wav" <<'PY'
+/usr/bin/python3 - "$wav" <<'PY'
 import sys, wave
 with wave.open(sys.argv[1], "wb") as out:
     out.setnchannels(1)
@@ -53,7 +43,7 @@ check "the service's text is printed" "Hello from the service." \
     "$("$parlevo" transcribe "$wav" --model parlevo --style clean 2>>"$log" || echo "exit $?")"
 check "one dictation with the code, the WAV and the light cleanup" \
     "/api/dictate Bearer $code audio/wav light 32044" \
-    "$(control /_control/requests | "$python" -c '
+    "$(control /_control/requests | /usr/bin/python3 -c '
 import base64, json, sys
 seen = json.load(sys.stdin)["requests"]
 for r in seen:

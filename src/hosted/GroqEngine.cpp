@@ -1,12 +1,12 @@
 #include "hosted/GroqEngine.h"
 
+#include "hosted/EphemeralNetwork.h"
+
 #include "hosted/HostedEngine.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QNetworkAccessManager>
-#include <QNetworkCookie>
-#include <QNetworkCookieJar>
 #include <QNetworkReply>
 #include <QUuid>
 
@@ -19,17 +19,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace quendra {
 
 namespace {
-
-class NoCookies final : public QNetworkCookieJar {
-public:
-    using QNetworkCookieJar::QNetworkCookieJar;
-    QList<QNetworkCookie> cookiesForUrl(const QUrl&) const override { return {}; }
-    bool setCookiesFromUrl(const QList<QNetworkCookie>&, const QUrl&) override { return false; }
-};
-
-struct ReplyDeleter {
-    void operator()(QNetworkReply* reply) const { reply->deleteLater(); }
-};
 
 TranscriptionServiceError failure(TranscriptionServiceError::Kind kind) {
     return {kind, {}};
@@ -46,11 +35,7 @@ GroqEngine::GroqEngine(DictationModel model, GroqEngineOptions options,
     : model(model)
     , options(std::move(options))
     , intelligence(std::move(intelligence))
-    , manager(std::make_unique<QNetworkAccessManager>()) {
-    manager->setCookieJar(new NoCookies(manager.get()));
-    manager->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
-    manager->setAutoDeleteReplies(false);
-}
+    , manager(makeEphemeralNetwork()) {}
 
 GroqEngine::~GroqEngine() = default;
 
@@ -79,7 +64,7 @@ GroqEngine::post(QString path, QByteArray contentType, QByteArray body, QString 
         std::max(1, int(std::lround(timeoutSec * 1000.0 * options.timeoutScale))));
     request.setSslConfiguration(options.tls);
 
-    std::unique_ptr<QNetworkReply, ReplyDeleter> reply(manager->post(request, body));
+    OwnedReply reply(manager->post(request, body));
     bool cancelledByCaller = false;
     QNetworkReply* raw = reply.get();
     const int hook = cancel->onCancel([raw, &cancelledByCaller] {

@@ -1,10 +1,10 @@
 #include "HostedClient.h"
 
+#include "EphemeralNetwork.h"
+
 #include "HostedLog.h"
 
 #include <QNetworkAccessManager>
-#include <QNetworkCookie>
-#include <QNetworkCookieJar>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QSslError>
@@ -19,14 +19,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace quendra {
 
 namespace {
-
-// Neither keeps nor offers cookies: every call stands on its bearer alone.
-class NoCookies final : public QNetworkCookieJar {
-public:
-    using QNetworkCookieJar::QNetworkCookieJar;
-    QList<QNetworkCookie> cookiesForUrl(const QUrl&) const override { return {}; }
-    bool setCookiesFromUrl(const QList<QNetworkCookie>&, const QUrl&) override { return false; }
-};
 
 template <typename T>
 HostedResult<T> toResult(HostedOutcome<T>&& outcome) {
@@ -50,19 +42,11 @@ Json partsJson(const QList<HostedSummaryPart>& parts) {
     return list;
 }
 
-struct ReplyDeleter {
-    void operator()(QNetworkReply* reply) const { reply->deleteLater(); }
-};
-
 } // namespace
 
 HostedClient::HostedClient(HostedClientOptions options_)
     : options(std::move(options_))
-    , manager(std::make_unique<QNetworkAccessManager>()) {
-    manager->setCookieJar(new NoCookies(manager.get()));
-    manager->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
-    manager->setAutoDeleteReplies(false);
-}
+    , manager(makeEphemeralNetwork()) {}
 
 HostedClient::~HostedClient() = default;
 
@@ -106,7 +90,7 @@ QCoro::Task<HostedResult<HostedReply>> HostedClient::send(QString path, Json bod
         std::max(1, int(std::lround(timeoutSec * 1000.0 * options.timeoutScale))));
     request.setSslConfiguration(options.tls);
 
-    std::unique_ptr<QNetworkReply, ReplyDeleter> reply(manager->post(request, jsonBytes(body)));
+    OwnedReply reply(manager->post(request, jsonBytes(body)));
     QObject::connect(reply.get(), &QNetworkReply::sslErrors,
                      [path](const QList<QSslError>& errors) {
                          for (const QSslError& error : errors)

@@ -55,7 +55,8 @@ QString uuidText(const QUuid& id);
 double referenceSeconds(const QDateTime& date);
 QDateTime dateFromReferenceSeconds(double seconds);
 
-// Parses bytes as JSON; none on any syntax error.
+// Parses bytes as JSON; none on any syntax error or nesting deeper than any
+// stored record needs.
 std::optional<Json> parseJson(std::string_view bytes);
 std::optional<Json> parseJson(const QByteArray& bytes);
 std::optional<Json> parseJsonText(const QString& text);

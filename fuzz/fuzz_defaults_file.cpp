@@ -16,14 +16,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const QString folder = QDir::tempPath() + u"/parlevo-fuzz-%1"_s.arg(::getpid());
     static const bool made = QDir().mkpath(folder);
     (void)made;
-    const QString path = folder + u"/defaults.conf"_s;
+    const QString path = folder + u"/defaults.json"_s;
     {
         QFile file(path);
         if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
             return 0;
         file.write(reinterpret_cast<const char*>(data), static_cast<qint64>(size));
     }
-    for (const QString& stale : QDir(folder).entryList({u"defaults.conf.damaged-*"_s}))
+    for (const QString& stale : QDir(folder).entryList({u"defaults.json.damaged-*"_s}))
         QFile::remove(folder + u'/' + stale);
 
     UserDefaults defaults(path);

@@ -36,7 +36,14 @@ int main(int argc, char** argv) {
             app = std::make_unique<QCoreApplication>(argc, argv);
         QTextStream out(stdout);
         QTextStream err(stderr);
-        return quendra::runCommandLine(arguments.mid(1), out, err);
+        const int status = quendra::runCommandLine(arguments.mid(1), out, err);
+        // Output sent to a full disk or a closed pipe is a failure like any other write.
+        out.flush();
+        if (out.status() != QTextStream::Ok || std::fflush(stdout) != 0 || std::ferror(stdout)) {
+            err << u"parlevo: the output could not be written."_s << Qt::endl;
+            return status == 0 ? 1 : status;
+        }
+        return status;
     }
     if (!hasDisplay()) {
         QTextStream(stderr) << u"Parlevo needs a graphical display to start, and none was found; "

@@ -1,6 +1,7 @@
 #include "CommandSupport.h"
 
 #include "model/TextBounding.h"
+#include "model/UserDefaults.h"
 
 #include <QDateTime>
 #include <QRegularExpression>
@@ -101,6 +102,25 @@ std::pair<IdLookup, QUuid> findIdentifier(const QString& text, const QList<QUuid
     if (hits.size() == 1)
         return {IdLookup::found, hits.first()};
     return {hits.isEmpty() ? IdLookup::missing : IdLookup::ambiguous, {}};
+}
+
+void printNotices(Invocation& in, UserDefaults& defaults) {
+    for (const QString& notice : defaults.takeNotices())
+        in.err << notice << Qt::endl;
+}
+
+std::optional<int> refuseUnreadable(Invocation& in, UserDefaults& defaults) {
+    printNotices(in, defaults);
+    if (const auto& problem = defaults.readProblem())
+        return in.failure(problem->message);
+    return std::nullopt;
+}
+
+int storeFailure(Invocation& in, UserDefaults& defaults, const StoreError& error) {
+    printNotices(in, defaults);
+    if (error.kind == StoreError::Kind::notSaved)
+        return in.failure(error.message + u" Nothing was changed."_s);
+    return in.failure(error.message);
 }
 
 QString displayDate(const QDateTime& date) {

@@ -5,6 +5,7 @@
 
 #include "CommandLine.h"
 #include "model/RawValueEnum.h"
+#include "model/StoreError.h"
 
 #include <QDateTime>
 #include <QMultiMap>
@@ -83,6 +84,17 @@ bool enumOption(Invocation& in, const QString& option, const QString& what, E& v
     value = *parsed;
     return true;
 }
+
+class UserDefaults;
+
+// The defaults database as commands use it. Each prints on standard error
+// what the store kept aside meanwhile; the first gives the failure status when
+// the file could not be read, so that nothing is listed as empty or changed
+// that is not.
+std::optional<int> refuseUnreadable(Invocation& in, UserDefaults& defaults);
+// Prints the sentence of a change that did not happen and gives the status.
+int storeFailure(Invocation& in, UserDefaults& defaults, const StoreError& error);
+void printNotices(Invocation& in, UserDefaults& defaults);
 
 QString displayDate(const QDateTime& date);
 QString oneLine(const QString& text, qsizetype maxCharacters);

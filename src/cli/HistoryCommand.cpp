@@ -18,6 +18,8 @@ QString status(const TranscriptEntry& e) {
 
 int listHistory(Invocation& in) {
     UserDefaults defaults;
+    if (auto status = refuseUnreadable(in, defaults))
+        return *status;
     const auto history = AppDataStore(defaults).history();
     if (in.flag(u"json"_s)) {
         in.out << QString::fromUtf8(jsonBytes(Json(history), 2)) << Qt::endl;
@@ -35,6 +37,8 @@ int listHistory(Invocation& in) {
 
 int showHistory(Invocation& in) {
     UserDefaults defaults;
+    if (auto status = refuseUnreadable(in, defaults))
+        return *status;
     const auto history = AppDataStore(defaults).history();
     QList<QUuid> ids;
     for (const auto& e : history)

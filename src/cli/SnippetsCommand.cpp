@@ -11,6 +11,8 @@ namespace {
 
 int listSnippets(Invocation& in) {
     UserDefaults defaults;
+    if (auto status = refuseUnreadable(in, defaults))
+        return *status;
     const auto snippets = AppDataStore(defaults).snippets();
     if (in.flag(u"json"_s)) {
         in.out << QString::fromUtf8(jsonBytes(Json(snippets), 2)) << Qt::endl;
@@ -24,24 +26,32 @@ int listSnippets(Invocation& in) {
 }
 
 int addSnippet(Invocation& in) {
-    UserDefaults defaults;
-    AppDataStore store(defaults);
     const QString trigger = boundText(in.positionals()[0], AppDataStore::triggerLimit);
     if (trigger.isEmpty())
         return in.usageError(u"the trigger is empty"_s);
-    if (!store.saveSnippet(trigger, in.positionals()[1]))
+    if (in.positionals()[1].trimmed().isEmpty())
         return in.usageError(u"the expansion is empty"_s);
+    UserDefaults defaults;
+    if (auto status = refuseUnreadable(in, defaults))
+        return *status;
+    if (auto saved = AppDataStore(defaults).saveSnippet(trigger, in.positionals()[1]); !saved)
+        return storeFailure(in, defaults, saved.error());
+    printNotices(in, defaults);
     in.out << u"Saying “%1” now writes the snippet."_s.arg(trigger) << Qt::endl;
     return 0;
 }
 
 int removeSnippet(Invocation& in) {
     UserDefaults defaults;
+    if (auto status = refuseUnreadable(in, defaults))
+        return *status;
     AppDataStore store(defaults);
     const QString trigger = boundText(in.positionals()[0], AppDataStore::triggerLimit);
     for (const auto& s : store.snippets()) {
         if (s.trigger.compare(trigger, Qt::CaseInsensitive) == 0) {
-            store.removeSnippet(s.id);
+            if (auto removed = store.removeSnippet(s.id); !removed)
+                return storeFailure(in, defaults, removed.error());
+            printNotices(in, defaults);
             in.out << u"Removed the snippet “%1”."_s.arg(s.trigger) << Qt::endl;
             return 0;
         }

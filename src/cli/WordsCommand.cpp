@@ -11,7 +11,10 @@ namespace {
 
 int listWords(Invocation& in) {
     UserDefaults defaults;
+    if (auto status = refuseUnreadable(in, defaults))
+        return *status;
     const auto entries = AppDataStore(defaults).dictionaryEntries();
+    printNotices(in, defaults);
     if (in.flag(u"json"_s)) {
         in.out << QString::fromUtf8(jsonBytes(Json(entries), 2)) << Qt::endl;
         return 0;
@@ -28,14 +31,20 @@ int listWords(Invocation& in) {
 }
 
 int addWord(Invocation& in) {
-    UserDefaults defaults;
-    AppDataStore store(defaults);
     const QString spelling = boundText(in.positionals()[0], AppDataStore::spellingLimit);
-    const bool known = std::any_of(
-        store.dictionaryEntries().cbegin(), store.dictionaryEntries().cend(),
-        [&](const auto& e) { return e.spelling.compare(spelling, Qt::CaseInsensitive) == 0; });
-    if (!store.saveReviewedSpelling(spelling, in.values(u"form"_s)))
+    if (spelling.isEmpty())
         return in.usageError(u"the spelling is empty"_s);
+    UserDefaults defaults;
+    if (auto status = refuseUnreadable(in, defaults))
+        return *status;
+    AppDataStore store(defaults);
+    const auto entries = store.dictionaryEntries();
+    const bool known = std::any_of(entries.cbegin(), entries.cend(), [&](const auto& e) {
+        return e.spelling.compare(spelling, Qt::CaseInsensitive) == 0;
+    });
+    if (auto saved = store.saveReviewedSpelling(spelling, in.values(u"form"_s)); !saved)
+        return storeFailure(in, defaults, saved.error());
+    printNotices(in, defaults);
     in.out
         << (known ? u"Updated “%1” in your Words."_s : u"Added “%1” to your Words."_s).arg(spelling)
         << Qt::endl;
@@ -44,11 +53,15 @@ int addWord(Invocation& in) {
 
 int removeWord(Invocation& in) {
     UserDefaults defaults;
+    if (auto status = refuseUnreadable(in, defaults))
+        return *status;
     AppDataStore store(defaults);
     const QString spelling = boundText(in.positionals()[0], AppDataStore::spellingLimit);
     for (const auto& e : store.dictionaryEntries()) {
         if (e.spelling.compare(spelling, Qt::CaseInsensitive) == 0) {
-            store.removeDictionaryEntry(e.id);
+            if (auto removed = store.removeDictionaryEntry(e.id); !removed)
+                return storeFailure(in, defaults, removed.error());
+            printNotices(in, defaults);
             in.out << u"Removed “%1” from your Words."_s.arg(e.spelling) << Qt::endl;
             return 0;
         }

@@ -1,6 +1,10 @@
 #include "AppDataStore.h"
 
+#include "DurableFile.h"
 #include "TextBounding.h"
+
+#include <QFileInfo>
+#include <QSet>
 
 #include <QCollator>
 #include <QRegularExpression>
@@ -46,6 +50,41 @@ QList<T> AppDataStore::readList(const QString& key) const {
     return bytes ? decodeList<T>(*bytes) : QList<T>{};
 }
 
+namespace {
+
+QString listName(const QString& key) {
+    if (key == AppDataStore::Keys::voiceSnippets)
+        return u"voice snippets"_s;
+    if (key == AppDataStore::Keys::transcriptHistory)
+        return u"history"_s;
+    return u"Words"_s;
+}
+
+StoreError invalid(const QString& sentence) {
+    return {StoreError::Kind::invalid, sentence};
+}
+
+} // namespace
+
+template <typename T>
+StoreResult<QList<T>> AppDataStore::readListToChange(const QString& key) const {
+    const auto bytes = store.data(key);
+    if (!bytes)
+        return QList<T>{};
+    bool whole = true;
+    QList<T> list = decodeList<T>(*bytes, &whole);
+    if (whole)
+        return list;
+    // The part that did not decode would be gone with this write.
+    const QString folder = QFileInfo(store.filePath()).absolutePath();
+    auto copy = DurableFile::keepAside(folder + u'/' + key + u".json"_s, *bytes);
+    if (!copy)
+        return std::unexpected(copy.error());
+    store.addNotice(u"Part of your %1 could not be read. The stored list is kept at %2."_s.arg(
+        listName(key), *copy));
+    return list;
+}
+
 QList<PersonalDictionaryEntry> AppDataStore::decodeLegacyDictionary(const QByteArray& bytes) {
     QList<PersonalDictionaryEntry> entries;
     const auto json = parseJson(bytes);
@@ -59,25 +98,26 @@ QList<PersonalDictionaryEntry> AppDataStore::decodeLegacyDictionary(const QByteA
 }
 
 template <typename T>
-void AppDataStore::writeList(const QString& key, const QList<T>& list) const {
+StoreResult<> AppDataStore::writeList(const QString& key, const QList<T>& list) const {
     QByteArray bytes;
     try {
         bytes = jsonBytes(Json(list));
     } catch (const nlohmann::json::exception&) {
-        return; // the previous stored value stays
+        return std::unexpected(invalid(u"Your %1 could not be saved: the list does not encode."_s.arg(
+            listName(key))));
     }
-    store.setData(key, bytes);
+    return store.setData(key, bytes);
 }
 
 QList<PersonalDictionaryEntry>
 AppDataStore::normalised(const QList<PersonalDictionaryEntry>& entries) {
     QList<PersonalDictionaryEntry> kept;
-    QStringList seenSpellings;
+    QSet<QString> seenSpellings;
     for (const auto& entry : entries) {
         const QString spelling = boundText(entry.spelling, spellingLimit);
         if (spelling.isEmpty() || seenSpellings.contains(spelling.toLower()))
             continue;
-        seenSpellings << spelling.toLower();
+        seenSpellings.insert(spelling.toLower());
         QStringList forms;
         QStringList seenForms;
         for (const auto& raw : entry.spokenForms) {
@@ -98,75 +138,113 @@ AppDataStore::normalised(const QList<PersonalDictionaryEntry>& entries) {
 QList<PersonalDictionaryEntry> AppDataStore::dictionaryEntries() const {
     if (store.contains(Keys::personalDictionaryV2))
         return normalised(readList<PersonalDictionaryEntry>(Keys::personalDictionaryV2));
-
+    if (!store.contains(Keys::personalDictionary))
+        return {};
     // First read after the upgrade: the legacy list of spellings becomes
-    // entries; the legacy key stays for older versions of the app.
+    // entries once, so that their identifiers stay; the legacy key stays for
+    // older versions of the app. A failed save is tried again on the next read.
+    (void)store.change([&]() -> StoreResult<> {
+        if (store.contains(Keys::personalDictionaryV2))
+            return {}; // another process migrated it meanwhile
+        const auto legacy = store.data(Keys::personalDictionary);
+        return writeDictionary(legacy ? decodeLegacyDictionary(*legacy)
+                                      : QList<PersonalDictionaryEntry>{});
+    });
+    if (store.contains(Keys::personalDictionaryV2))
+        return normalised(readList<PersonalDictionaryEntry>(Keys::personalDictionaryV2));
     const auto legacy = store.data(Keys::personalDictionary);
-    const auto migrated =
-        normalised(legacy ? decodeLegacyDictionary(*legacy) : QList<PersonalDictionaryEntry>{});
-    writeList(Keys::personalDictionaryV2, migrated);
-    return migrated;
+    return normalised(legacy ? decodeLegacyDictionary(*legacy) : QList<PersonalDictionaryEntry>{});
 }
 
-void AppDataStore::writeDictionary(const QList<PersonalDictionaryEntry>& entries) const {
-    writeList(Keys::personalDictionaryV2, normalised(entries));
+StoreResult<QList<PersonalDictionaryEntry>> AppDataStore::dictionaryToChange() const {
+    if (!store.contains(Keys::personalDictionaryV2)) {
+        const auto legacy = store.data(Keys::personalDictionary);
+        return normalised(legacy ? decodeLegacyDictionary(*legacy)
+                                 : QList<PersonalDictionaryEntry>{});
+    }
+    auto entries = readListToChange<PersonalDictionaryEntry>(Keys::personalDictionaryV2);
+    if (!entries)
+        return std::unexpected(entries.error());
+    return normalised(*entries);
 }
 
-bool AppDataStore::addDictionaryEntry(const PersonalDictionaryEntry& entry) {
+StoreResult<> AppDataStore::writeDictionary(const QList<PersonalDictionaryEntry>& entries) const {
+    return writeList(Keys::personalDictionaryV2, normalised(entries));
+}
+
+StoreResult<> AppDataStore::addDictionaryEntry(const PersonalDictionaryEntry& entry) {
     return saveReviewedSpelling(entry.spelling, entry.spokenForms, entry.id);
 }
 
-bool AppDataStore::saveReviewedSpelling(const QString& spelling, const QStringList& forms,
-                                        std::optional<QUuid> replacing) {
+StoreResult<> AppDataStore::saveReviewedSpelling(const QString& spelling, const QStringList& forms,
+                                                 std::optional<QUuid> replacing) {
     const auto candidate = normalised({{replacing.value_or(QUuid::createUuid()), spelling, forms}});
     if (candidate.isEmpty())
-        return false;
-    PersonalDictionaryEntry entry = candidate.first();
-    auto entries = dictionaryEntries();
-    auto byId = std::find_if(entries.begin(), entries.end(),
-                             [&](const auto& e) { return replacing && e.id == *replacing; });
-    if (byId != entries.end()) {
-        *byId = entry;
-    } else {
-        auto bySpelling = std::find_if(entries.begin(), entries.end(), [&](const auto& e) {
-            return e.spelling.compare(entry.spelling, Qt::CaseInsensitive) == 0;
-        });
-        if (bySpelling != entries.end() && !replacing) {
-            bySpelling->spelling = entry.spelling;
-            bySpelling->spokenForms += entry.spokenForms;
+        return std::unexpected(invalid(u"The spelling is empty."_s));
+    const PersonalDictionaryEntry entry = candidate.first();
+    return store.change([&]() -> StoreResult<> {
+        auto entries = dictionaryToChange();
+        if (!entries)
+            return std::unexpected(entries.error());
+        auto byId = std::find_if(entries->begin(), entries->end(),
+                                 [&](const auto& e) { return replacing && e.id == *replacing; });
+        if (byId != entries->end()) {
+            *byId = entry;
         } else {
-            // An entry with a new identifier comes first so that it wins over
-            // an older entry of the same spelling.
-            entries.prepend(entry);
+            auto bySpelling = std::find_if(entries->begin(), entries->end(), [&](const auto& e) {
+                return e.spelling.compare(entry.spelling, Qt::CaseInsensitive) == 0;
+            });
+            if (bySpelling != entries->end() && !replacing) {
+                bySpelling->spelling = entry.spelling;
+                bySpelling->spokenForms += entry.spokenForms;
+            } else {
+                // An entry with a new identifier comes first so that it wins
+                // over an older entry of the same spelling.
+                entries->prepend(entry);
+            }
         }
-    }
-    writeDictionary(entries);
-    return true;
+        return writeDictionary(*entries);
+    });
 }
 
-void AppDataStore::removeDictionaryEntry(const QUuid& id) {
-    auto entries = dictionaryEntries();
-    entries.removeIf([&](const auto& e) { return e.id == id; });
-    writeDictionary(entries);
+StoreResult<> AppDataStore::removeDictionaryEntry(const QUuid& id) {
+    return store.change([&]() -> StoreResult<> {
+        auto entries = dictionaryToChange();
+        if (!entries)
+            return std::unexpected(entries.error());
+        if (entries->removeIf([&](const auto& e) { return e.id == id; }) == 0)
+            return std::unexpected(
+                StoreError{StoreError::Kind::missing, u"That word is no longer in your Words."_s});
+        return writeDictionary(*entries);
+    });
 }
 
-void AppDataStore::importWord(const std::optional<PersonalDictionaryEntry>& entry,
-                              const QUuid& id) {
-    auto entries = dictionaryEntries();
-    auto it =
-        std::find_if(entries.begin(), entries.end(), [&](const auto& e) { return e.id == id; });
-    if (!entry) {
-        if (it != entries.end())
-            entries.erase(it);
-    } else if (it != entries.end()) {
-        *it = *entry;
+// Replaces, adds or (with none) removes the element of `list` with `id`.
+template <typename T>
+static void mergeById(QList<T>& list, const std::optional<T>& element, const QUuid& id) {
+    auto it = std::find_if(list.begin(), list.end(), [&](const auto& e) { return e.id == id; });
+    if (!element) {
+        if (it != list.end())
+            list.erase(it);
+    } else if (it != list.end()) {
+        *it = *element;
         it->id = id;
     } else {
-        PersonalDictionaryEntry added = *entry;
+        T added = *element;
         added.id = id;
-        entries.append(added);
+        list.append(added);
     }
-    writeDictionary(entries);
+}
+
+StoreResult<> AppDataStore::importWord(const std::optional<PersonalDictionaryEntry>& entry,
+                                       const QUuid& id) {
+    return store.change([&]() -> StoreResult<> {
+        auto entries = dictionaryToChange();
+        if (!entries)
+            return std::unexpected(entries.error());
+        mergeById(*entries, entry, id);
+        return writeDictionary(*entries);
+    });
 }
 
 QList<VoiceSnippet> AppDataStore::snippets() const {
@@ -175,91 +253,121 @@ QList<VoiceSnippet> AppDataStore::snippets() const {
     return list;
 }
 
-bool AppDataStore::saveSnippet(const QString& trigger, const QString& expansion) {
+StoreResult<> AppDataStore::saveSnippet(const QString& trigger, const QString& expansion) {
     const QString boundTrigger = boundText(trigger, triggerLimit);
     const QString boundExpansion = prefixCharacters(expansion.trimmed(), expansionLimit);
-    if (boundTrigger.isEmpty() || boundExpansion.isEmpty())
-        return false;
-    auto list = readList<VoiceSnippet>(Keys::voiceSnippets);
-    auto it = std::find_if(list.begin(), list.end(), [&](const auto& s) {
-        return s.trigger.compare(boundTrigger, Qt::CaseInsensitive) == 0;
+    if (boundTrigger.isEmpty())
+        return std::unexpected(invalid(u"The trigger is empty."_s));
+    if (boundExpansion.isEmpty())
+        return std::unexpected(invalid(u"The expansion is empty."_s));
+    return store.change([&]() -> StoreResult<> {
+        auto list = readListToChange<VoiceSnippet>(Keys::voiceSnippets);
+        if (!list)
+            return std::unexpected(list.error());
+        auto it = std::find_if(list->begin(), list->end(), [&](const auto& s) {
+            return s.trigger.compare(boundTrigger, Qt::CaseInsensitive) == 0;
+        });
+        if (it != list->end()) {
+            it->trigger = boundTrigger;
+            it->expansion = boundExpansion;
+        } else {
+            list->append({QUuid::createUuid(), boundTrigger, boundExpansion});
+        }
+        return writeList(Keys::voiceSnippets, *list);
     });
-    if (it != list.end()) {
-        it->trigger = boundTrigger;
-        it->expansion = boundExpansion;
-    } else {
-        list.append({QUuid::createUuid(), boundTrigger, boundExpansion});
-    }
-    writeList(Keys::voiceSnippets, list);
-    return true;
 }
 
-void AppDataStore::removeSnippet(const QUuid& id) {
-    auto list = readList<VoiceSnippet>(Keys::voiceSnippets);
-    list.removeIf([&](const auto& s) { return s.id == id; });
-    writeList(Keys::voiceSnippets, list);
+StoreResult<> AppDataStore::removeSnippet(const QUuid& id) {
+    return store.change([&]() -> StoreResult<> {
+        auto list = readListToChange<VoiceSnippet>(Keys::voiceSnippets);
+        if (!list)
+            return std::unexpected(list.error());
+        if (list->removeIf([&](const auto& s) { return s.id == id; }) == 0)
+            return std::unexpected(StoreError{StoreError::Kind::missing,
+                                              u"That snippet is no longer in your snippets."_s});
+        return writeList(Keys::voiceSnippets, *list);
+    });
 }
 
-void AppDataStore::importSnippet(const std::optional<VoiceSnippet>& snippet, const QUuid& id) {
-    auto list = readList<VoiceSnippet>(Keys::voiceSnippets);
-    auto it = std::find_if(list.begin(), list.end(), [&](const auto& s) { return s.id == id; });
-    if (!snippet) {
-        if (it != list.end())
-            list.erase(it);
-    } else if (it != list.end()) {
-        *it = *snippet;
-        it->id = id;
-    } else {
-        VoiceSnippet added = *snippet;
-        added.id = id;
-        list.append(added);
-    }
-    writeList(Keys::voiceSnippets, list);
+StoreResult<> AppDataStore::importSnippet(const std::optional<VoiceSnippet>& snippet,
+                                          const QUuid& id) {
+    return store.change([&]() -> StoreResult<> {
+        auto list = readListToChange<VoiceSnippet>(Keys::voiceSnippets);
+        if (!list)
+            return std::unexpected(list.error());
+        mergeById(*list, snippet, id);
+        return writeList(Keys::voiceSnippets, *list);
+    });
 }
 
-QList<TranscriptEntry> AppDataStore::history() const {
-    auto entries = readList<TranscriptEntry>(Keys::transcriptHistory);
-    // Captured field text is never kept longer than a day.
+// Captured field text is never kept longer than a day.
+QList<TranscriptEntry> AppDataStore::purgedHistory(QList<TranscriptEntry> entries,
+                                                   bool* purged) const {
     const QDateTime cutoff = now().addSecs(-contextRetentionSeconds);
-    bool purged = false;
     for (auto& entry : entries) {
         auto& settings = entry.dictationSettings;
         if (settings && settings->hasContext() && entry.createdAt < cutoff) {
             settings->contextBefore.reset();
             settings->contextAfter.reset();
             settings->conversationContext.reset();
-            purged = true;
+            *purged = true;
         }
     }
-    if (purged)
-        writeList(Keys::transcriptHistory, entries);
     sortNewestFirst(entries);
     return entries;
 }
 
-void AppDataStore::writeHistory(QList<TranscriptEntry> entries) const {
+QList<TranscriptEntry> AppDataStore::history() const {
+    bool purged = false;
+    auto entries = purgedHistory(readList<TranscriptEntry>(Keys::transcriptHistory), &purged);
+    if (purged) {
+        // Shown purged at once; a failed save is tried again by the next read or change.
+        (void)store.change([&]() -> StoreResult<> {
+            bool again = false;
+            auto stored = readListToChange<TranscriptEntry>(Keys::transcriptHistory);
+            if (!stored)
+                return std::unexpected(stored.error());
+            return writeHistory(purgedHistory(*stored, &again));
+        });
+    }
+    return entries;
+}
+
+StoreResult<> AppDataStore::writeHistory(QList<TranscriptEntry> entries) const {
     if (entries.size() > historyLimit)
         entries.resize(historyLimit);
-    writeList(Keys::transcriptHistory, entries);
+    return writeList(Keys::transcriptHistory, entries);
 }
 
-void AppDataStore::addHistory(const TranscriptEntry& entry) {
-    auto entries = history();
-    entries.removeIf([&](const auto& e) { return e.id == entry.id; });
-    entries.prepend(entry);
-    writeHistory(entries);
+StoreResult<> AppDataStore::addHistory(const TranscriptEntry& entry) {
+    return store.change([&]() -> StoreResult<> {
+        bool purged = false;
+        auto stored = readListToChange<TranscriptEntry>(Keys::transcriptHistory);
+        if (!stored)
+            return std::unexpected(stored.error());
+        auto entries = purgedHistory(*stored, &purged);
+        entries.removeIf([&](const auto& e) { return e.id == entry.id; });
+        entries.prepend(entry);
+        return writeHistory(entries);
+    });
 }
 
-void AppDataStore::importHistory(const TranscriptEntry& entry) {
-    auto entries = history();
-    auto it = std::find_if(entries.begin(), entries.end(),
-                           [&](const auto& e) { return e.id == entry.id; });
-    if (it != entries.end())
-        *it = entry;
-    else
-        entries.append(entry);
-    sortNewestFirst(entries);
-    writeHistory(entries);
+StoreResult<> AppDataStore::importHistory(const TranscriptEntry& entry) {
+    return store.change([&]() -> StoreResult<> {
+        bool purged = false;
+        auto stored = readListToChange<TranscriptEntry>(Keys::transcriptHistory);
+        if (!stored)
+            return std::unexpected(stored.error());
+        auto entries = purgedHistory(*stored, &purged);
+        auto it = std::find_if(entries.begin(), entries.end(),
+                               [&](const auto& e) { return e.id == entry.id; });
+        if (it != entries.end())
+            *it = entry;
+        else
+            entries.append(entry);
+        sortNewestFirst(entries);
+        return writeHistory(entries);
+    });
 }
 
 QMap<WritingSurface, DictationStyle> AppDataStore::surfaceStyles() const {
@@ -274,14 +382,16 @@ QMap<WritingSurface, DictationStyle> AppDataStore::surfaceStyles() const {
     return styles;
 }
 
-void AppDataStore::setStyle(std::optional<DictationStyle> style, WritingSurface surface) {
-    auto stored = store.stringMap(Keys::surfaceStyles).value_or(QMap<QString, QString>{});
-    const QString key = rawValue(surface).toString();
-    if (style)
-        stored.insert(key, rawValue(*style).toString());
-    else
-        stored.remove(key);
-    store.setStringMap(Keys::surfaceStyles, stored);
+StoreResult<> AppDataStore::setStyle(std::optional<DictationStyle> style, WritingSurface surface) {
+    return store.change([&]() -> StoreResult<> {
+        auto stored = store.stringMap(Keys::surfaceStyles).value_or(QMap<QString, QString>{});
+        const QString key = rawValue(surface).toString();
+        if (style)
+            stored.insert(key, rawValue(*style).toString());
+        else
+            stored.remove(key);
+        return store.setStringMap(Keys::surfaceStyles, stored);
+    });
 }
 
 QString AppDataStore::normalisedSuggestionWord(const QString& word) {
@@ -294,14 +404,16 @@ QStringList AppDataStore::dismissedWordSuggestions() const {
     return store.stringList(Keys::dismissedWordSuggestions).value_or(QStringList{});
 }
 
-void AppDataStore::dismissWordSuggestions(const QStringList& words) {
-    QStringList stored = dismissedWordSuggestions();
-    for (const auto& word : words) {
-        const QString normal = normalisedSuggestionWord(word);
-        if (!normal.isEmpty() && !stored.contains(normal))
-            stored << normal;
-    }
-    store.setStringList(Keys::dismissedWordSuggestions, stored);
+StoreResult<> AppDataStore::dismissWordSuggestions(const QStringList& words) {
+    return store.change([&]() -> StoreResult<> {
+        QStringList stored = dismissedWordSuggestions();
+        for (const auto& word : words) {
+            const QString normal = normalisedSuggestionWord(word);
+            if (!normal.isEmpty() && !stored.contains(normal))
+                stored << normal;
+        }
+        return store.setStringList(Keys::dismissedWordSuggestions, stored);
+    });
 }
 
 } // namespace quendra

@@ -5,6 +5,7 @@
 #include "DictationShortcut.h"
 #include "DictationStyle.h"
 #include "DictionaryRecords.h"
+#include "StoreError.h"
 #include "RecordingDuration.h"
 #include "TranscriptEntry.h"
 #include "UserDefaults.h"
@@ -20,7 +21,9 @@ namespace quendra {
 
 // The user's lists and choices of the dictation side, kept in the defaults
 // database as JSON. Every read and write applies the normalisation rules and
-// caps, so whatever is stored stays within them. Main thread only.
+// caps, so whatever is stored stays within them. Each change is one locked
+// read-modify-write of the database; a stored list that does not decode in
+// full is copied aside before a change writes over it. Main thread only.
 class AppDataStore {
 public:
     // The keys of the defaults database.
@@ -66,34 +69,36 @@ public:
 
     // Personal dictionary.
     QList<PersonalDictionaryEntry> dictionaryEntries() const;
-    bool addDictionaryEntry(const PersonalDictionaryEntry& entry);
+    [[nodiscard]] StoreResult<> addDictionaryEntry(const PersonalDictionaryEntry& entry);
     // Adds a spelling, or replaces the entry with `replacing`. Without an
     // identifier, a spelling already in the list (in any case) takes the new
-    // spelling and gains the new forms. False when nothing valid remains.
-    bool saveReviewedSpelling(const QString& spelling, const QStringList& forms,
+    // spelling and gains the new forms. An `invalid` error when nothing valid
+    // remains.
+    [[nodiscard]] StoreResult<> saveReviewedSpelling(const QString& spelling, const QStringList& forms,
                               std::optional<QUuid> replacing = std::nullopt);
-    void removeDictionaryEntry(const QUuid& id);
+    [[nodiscard]] StoreResult<> removeDictionaryEntry(const QUuid& id);
     // Merges one entry from the workspace; none removes the local one.
-    void importWord(const std::optional<PersonalDictionaryEntry>& entry, const QUuid& id);
+    [[nodiscard]] StoreResult<> importWord(const std::optional<PersonalDictionaryEntry>& entry, const QUuid& id);
 
     // Voice snippets, in a stable order by trigger.
     QList<VoiceSnippet> snippets() const;
-    bool saveSnippet(const QString& trigger, const QString& expansion);
-    void removeSnippet(const QUuid& id);
-    void importSnippet(const std::optional<VoiceSnippet>& snippet, const QUuid& id);
+    // An `invalid` error when the trigger or the expansion is empty.
+    [[nodiscard]] StoreResult<> saveSnippet(const QString& trigger, const QString& expansion);
+    [[nodiscard]] StoreResult<> removeSnippet(const QUuid& id);
+    [[nodiscard]] StoreResult<> importSnippet(const std::optional<VoiceSnippet>& snippet, const QUuid& id);
 
     // History, newest first; context text older than a day is purged on read.
     QList<TranscriptEntry> history() const;
-    void addHistory(const TranscriptEntry& entry);
-    void importHistory(const TranscriptEntry& entry);
+    [[nodiscard]] StoreResult<> addHistory(const TranscriptEntry& entry);
+    [[nodiscard]] StoreResult<> importHistory(const TranscriptEntry& entry);
 
     // Per-surface style overrides.
     QMap<WritingSurface, DictationStyle> surfaceStyles() const;
-    void setStyle(std::optional<DictationStyle> style, WritingSurface surface);
+    [[nodiscard]] StoreResult<> setStyle(std::optional<DictationStyle> style, WritingSurface surface);
 
     // Words the user turned down as dictionary suggestions, normalised.
     QStringList dismissedWordSuggestions() const;
-    void dismissWordSuggestions(const QStringList& words);
+    [[nodiscard]] StoreResult<> dismissWordSuggestions(const QStringList& words);
     static QString normalisedSuggestionWord(const QString& word);
 
     // Replaces each trigger said as its own words by its expansion.
@@ -102,29 +107,29 @@ public:
 
     // Scalar choices; each getter gives its default when the key is absent or unreadable.
     DictationStyle dictationStyle() const;
-    void setDictationStyle(DictationStyle style);
+    [[nodiscard]] StoreResult<> setDictationStyle(DictationStyle style);
     DictationLanguage dictationLanguage() const;
-    void setDictationLanguage(DictationLanguage language);
+    [[nodiscard]] StoreResult<> setDictationLanguage(DictationLanguage language);
     bool replyAssist() const;
-    void setReplyAssist(bool on);
+    [[nodiscard]] StoreResult<> setReplyAssist(bool on);
     bool conversationContextAssist() const;
-    void setConversationContextAssist(bool on);
+    [[nodiscard]] StoreResult<> setConversationContextAssist(bool on);
     bool fieldMicrophoneEnabled() const;
-    void setFieldMicrophoneEnabled(bool on);
+    [[nodiscard]] StoreResult<> setFieldMicrophoneEnabled(bool on);
     DictationShortcut dictationShortcut() const;
-    void setDictationShortcut(const DictationShortcut& shortcut);
+    [[nodiscard]] StoreResult<> setDictationShortcut(const DictationShortcut& shortcut);
     std::optional<DictationShortcut> notesRecordingShortcut() const;
-    void setNotesRecordingShortcut(const std::optional<DictationShortcut>& shortcut);
+    [[nodiscard]] StoreResult<> setNotesRecordingShortcut(const std::optional<DictationShortcut>& shortcut);
     RecordingDuration recordingDuration() const;
-    void setRecordingDuration(RecordingDuration duration);
+    [[nodiscard]] StoreResult<> setRecordingDuration(RecordingDuration duration);
     DictationModel dictationModel() const;
-    void setDictationModel(DictationModel model);
+    [[nodiscard]] StoreResult<> setDictationModel(DictationModel model);
     bool allowModelFallback() const;
-    void setAllowModelFallback(bool on);
+    [[nodiscard]] StoreResult<> setAllowModelFallback(bool on);
     bool reviewArchiveEnabled() const;
-    void setReviewArchiveEnabled(bool on);
+    [[nodiscard]] StoreResult<> setReviewArchiveEnabled(bool on);
     bool configuredLaunchAtLogin() const;
-    void setConfiguredLaunchAtLogin(bool on);
+    [[nodiscard]] StoreResult<> setConfiguredLaunchAtLogin(bool on);
 
     // The defaults the getters fall back to.
     static constexpr RecordingDuration defaultRecordingDuration = RecordingDuration::ten;
@@ -135,28 +140,37 @@ public:
     static QList<PersonalDictionaryEntry> normalised(const QList<PersonalDictionaryEntry>& entries);
 
     // The stored forms of the lists. A list that is not JSON, or not an array,
-    // is empty; an element that does not decode costs only itself.
+    // is empty; an element that does not decode costs only itself. `whole`,
+    // when given, tells whether nothing was lost that way.
     template <typename T>
-    static QList<T> decodeList(const QByteArray& bytes);
+    static QList<T> decodeList(const QByteArray& bytes, bool* whole = nullptr);
     // The legacy dictionary: an array of spellings, each made a new entry.
     static QList<PersonalDictionaryEntry> decodeLegacyDictionary(const QByteArray& bytes);
 
 private:
     template <typename T>
     QList<T> readList(const QString& key) const;
+    // Reads a list that is about to be written over: what did not decode is
+    // first copied aside, and the user told where.
     template <typename T>
-    void writeList(const QString& key, const QList<T>& list) const;
-    void writeDictionary(const QList<PersonalDictionaryEntry>& entries) const;
-    void writeHistory(QList<TranscriptEntry> entries) const;
+    StoreResult<QList<T>> readListToChange(const QString& key) const;
+    template <typename T>
+    StoreResult<> writeList(const QString& key, const QList<T>& list) const;
+    StoreResult<QList<PersonalDictionaryEntry>> dictionaryToChange() const;
+    StoreResult<> writeDictionary(const QList<PersonalDictionaryEntry>& entries) const;
+    StoreResult<> writeHistory(QList<TranscriptEntry> entries) const;
+    QList<TranscriptEntry> purgedHistory(QList<TranscriptEntry> entries, bool* purged) const;
 
     UserDefaults& store;
     std::function<QDateTime()> now;
 };
 
 template <typename T>
-QList<T> AppDataStore::decodeList(const QByteArray& bytes) {
+QList<T> AppDataStore::decodeList(const QByteArray& bytes, bool* whole) {
     const auto json = parseJson(bytes);
-    return json ? decodeElements<T>(*json) : QList<T>{};
+    if (whole)
+        *whole = json && json->is_array();
+    return json ? decodeElements<T>(*json, whole) : QList<T>{};
 }
 
 } // namespace quendra

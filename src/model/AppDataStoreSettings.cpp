@@ -31,54 +31,53 @@ std::optional<DictationShortcut> readShortcut(const UserDefaults& store, const Q
 DictationStyle AppDataStore::dictationStyle() const {
     return readEnum(store, Keys::dictationStyle, DictationStyle::exact);
 }
-void AppDataStore::setDictationStyle(DictationStyle style) {
-    store.setString(Keys::dictationStyle, rawValue(style).toString());
+StoreResult<> AppDataStore::setDictationStyle(DictationStyle style) {
+    return store.setString(Keys::dictationStyle, rawValue(style).toString());
 }
 
 DictationLanguage AppDataStore::dictationLanguage() const {
     return readEnum(store, Keys::dictationLanguage, DictationLanguage::automatic);
 }
-void AppDataStore::setDictationLanguage(DictationLanguage language) {
-    store.setString(Keys::dictationLanguage, rawValue(language).toString());
+StoreResult<> AppDataStore::setDictationLanguage(DictationLanguage language) {
+    return store.setString(Keys::dictationLanguage, rawValue(language).toString());
 }
 
 bool AppDataStore::replyAssist() const {
     return store.boolean(Keys::replyAssist).value_or(false);
 }
-void AppDataStore::setReplyAssist(bool on) {
-    store.setBoolean(Keys::replyAssist, on);
+StoreResult<> AppDataStore::setReplyAssist(bool on) {
+    return store.setBoolean(Keys::replyAssist, on);
 }
 
 bool AppDataStore::conversationContextAssist() const {
     return store.boolean(Keys::conversationContextAssist).value_or(false);
 }
-void AppDataStore::setConversationContextAssist(bool on) {
-    store.setBoolean(Keys::conversationContextAssist, on);
+StoreResult<> AppDataStore::setConversationContextAssist(bool on) {
+    return store.setBoolean(Keys::conversationContextAssist, on);
 }
 
 bool AppDataStore::fieldMicrophoneEnabled() const {
     return store.boolean(Keys::fieldMicrophoneEnabled).value_or(defaultFieldMicrophoneEnabled);
 }
-void AppDataStore::setFieldMicrophoneEnabled(bool on) {
-    store.setBoolean(Keys::fieldMicrophoneEnabled, on);
+StoreResult<> AppDataStore::setFieldMicrophoneEnabled(bool on) {
+    return store.setBoolean(Keys::fieldMicrophoneEnabled, on);
 }
 
 DictationShortcut AppDataStore::dictationShortcut() const {
     return readShortcut(store, Keys::dictationShortcut)
         .value_or(DictationShortcut::defaultDictation());
 }
-void AppDataStore::setDictationShortcut(const DictationShortcut& shortcut) {
-    store.setData(Keys::dictationShortcut, jsonBytes(Json(shortcut)));
+StoreResult<> AppDataStore::setDictationShortcut(const DictationShortcut& shortcut) {
+    return store.setData(Keys::dictationShortcut, jsonBytes(Json(shortcut)));
 }
 
 std::optional<DictationShortcut> AppDataStore::notesRecordingShortcut() const {
     return readShortcut(store, Keys::notesRecordingShortcut);
 }
-void AppDataStore::setNotesRecordingShortcut(const std::optional<DictationShortcut>& shortcut) {
+StoreResult<> AppDataStore::setNotesRecordingShortcut(const std::optional<DictationShortcut>& shortcut) {
     if (shortcut)
-        store.setData(Keys::notesRecordingShortcut, jsonBytes(Json(*shortcut)));
-    else
-        store.remove(Keys::notesRecordingShortcut);
+        return store.setData(Keys::notesRecordingShortcut, jsonBytes(Json(*shortcut)));
+    return store.remove(Keys::notesRecordingShortcut);
 }
 
 RecordingDuration AppDataStore::recordingDuration() const {
@@ -88,36 +87,36 @@ RecordingDuration AppDataStore::recordingDuration() const {
             return *duration;
     return defaultRecordingDuration;
 }
-void AppDataStore::setRecordingDuration(RecordingDuration duration) {
-    store.setInteger(Keys::recordingDuration, rawValue(duration));
+StoreResult<> AppDataStore::setRecordingDuration(RecordingDuration duration) {
+    return store.setInteger(Keys::recordingDuration, rawValue(duration));
 }
 
 DictationModel AppDataStore::dictationModel() const {
     return readEnum(store, Keys::dictationModel, defaultDictationModel);
 }
-void AppDataStore::setDictationModel(DictationModel model) {
-    store.setString(Keys::dictationModel, rawValue(model).toString());
+StoreResult<> AppDataStore::setDictationModel(DictationModel model) {
+    return store.setString(Keys::dictationModel, rawValue(model).toString());
 }
 
 bool AppDataStore::allowModelFallback() const {
     return store.boolean(Keys::allowModelFallback).value_or(defaultAllowModelFallback);
 }
-void AppDataStore::setAllowModelFallback(bool on) {
-    store.setBoolean(Keys::allowModelFallback, on);
+StoreResult<> AppDataStore::setAllowModelFallback(bool on) {
+    return store.setBoolean(Keys::allowModelFallback, on);
 }
 
 bool AppDataStore::reviewArchiveEnabled() const {
     return store.boolean(Keys::reviewArchiveEnabled).value_or(false);
 }
-void AppDataStore::setReviewArchiveEnabled(bool on) {
-    store.setBoolean(Keys::reviewArchiveEnabled, on);
+StoreResult<> AppDataStore::setReviewArchiveEnabled(bool on) {
+    return store.setBoolean(Keys::reviewArchiveEnabled, on);
 }
 
 bool AppDataStore::configuredLaunchAtLogin() const {
     return store.boolean(Keys::configuredLaunchAtLogin).value_or(false);
 }
-void AppDataStore::setConfiguredLaunchAtLogin(bool on) {
-    store.setBoolean(Keys::configuredLaunchAtLogin, on);
+StoreResult<> AppDataStore::setConfiguredLaunchAtLogin(bool on) {
+    return store.setBoolean(Keys::configuredLaunchAtLogin, on);
 }
 
 } // namespace quendra

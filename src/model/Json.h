@@ -96,19 +96,26 @@ T requiredField(const Json& object, std::string_view key) {
 }
 
 // The elements of a JSON array that decode as T; an element that does not
-// costs only itself, never the rest of the list.
+// costs only itself, never the rest of the list. `whole`, when given, becomes
+// false if anything was dropped.
 template <typename T>
-QList<T> decodeElements(const Json& array) {
+QList<T> decodeElements(const Json& array, bool* whole = nullptr) {
     QList<T> list;
-    if (!array.is_array())
+    if (!array.is_array()) {
+        if (whole)
+            *whole = false;
         return list;
+    }
     list.reserve(static_cast<qsizetype>(array.size()));
     for (const auto& element : array) {
         try {
             list.append(element.template get<T>());
+            continue;
         } catch (const nlohmann::json::exception&) {
         } catch (const std::invalid_argument&) {
         }
+        if (whole)
+            *whole = false;
     }
     return list;
 }

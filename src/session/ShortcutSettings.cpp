@@ -38,8 +38,13 @@ bool ShortcutSettings::setShortcut(const DictationShortcut& shortcut) {
         (void)hotKey.registerShortcut(dictation);
         return false;
     }
+    if (const auto saved = store.setDictationShortcut(shortcut); !saved) {
+        // A shortcut that would be gone after a restart is not taken.
+        dictationError = saved.error().message;
+        (void)hotKey.registerShortcut(dictation);
+        return false;
+    }
     dictation = shortcut;
-    store.setDictationShortcut(shortcut);
     dictationError.clear();
     return true;
 }
@@ -55,8 +60,13 @@ bool ShortcutSettings::setNotesShortcut(const DictationShortcut& shortcut) {
             (void)notesHotKey.registerShortcut(*notes);
         return false;
     }
+    if (const auto saved = store.setNotesRecordingShortcut(shortcut); !saved) {
+        notesError = saved.error().message;
+        if (notes)
+            (void)notesHotKey.registerShortcut(*notes);
+        return false;
+    }
     notes = shortcut;
-    store.setNotesRecordingShortcut(shortcut);
     notesError.clear();
     return true;
 }

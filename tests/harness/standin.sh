@@ -12,8 +12,8 @@ standin_start() {
     harness_wait 10 test -f "$work/port" || { echo "stand-in did not start" >&2; return 1; }
     port="$(cat "$work/port")"
     mkdir -p "$XDG_CONFIG_HOME/Quendra"
-    printf '[General]\nserviceBaseURL="s:https://127.0.0.1:%s/api/"\n' "$port" \
-        >"$XDG_CONFIG_HOME/Quendra/defaults.conf"
+    printf '{"serviceBaseURL": "s:https://127.0.0.1:%s/api/"}\n' "$port" \
+        >"$XDG_CONFIG_HOME/Quendra/defaults.json"
     export SSL_CERT_FILE="$work/ca.pem"
 }
 

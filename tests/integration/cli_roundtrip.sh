@@ -11,7 +11,7 @@ export XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data"
 list="$("$parlevo" words list --json)"
 echo "$list" | grep -q '"spelling": "Kubernetes"' || { echo "missing entry: $list"; exit 1; }
 echo "$list" | grep -q '"cube and eighties"' || { echo "missing spoken form: $list"; exit 1; }
-grep -q personalDictionaryV2 "$XDG_CONFIG_HOME/Quendra/defaults.conf"
+grep -q personalDictionaryV2 "$XDG_CONFIG_HOME/Quendra/defaults.json"
 
 set +e
 "$parlevo" words frob 2>"$home/err"; status=$?

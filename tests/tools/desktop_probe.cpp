@@ -68,7 +68,8 @@ int grab(std::uint32_t keyCode, std::uint32_t modifiers) {
 int shortcut(const QStringList& a) {
     UserDefaults defaults;
     AppDataStore store(defaults);
-    store.setDictationShortcut({a[0].toUInt(nullptr, 0), a[1].toUInt(nullptr, 0), u"Space"_s});
+    if (!store.setDictationShortcut({a[0].toUInt(nullptr, 0), a[1].toUInt(nullptr, 0), u"Space"_s}))
+        return 1;
     X11HotKeyService service;
     HotKeyManager hotKey(service, HotKeyManager::dictationIdentifier, qApp->arguments());
     HotKeyManager notesHotKey(service, HotKeyManager::notesIdentifier);

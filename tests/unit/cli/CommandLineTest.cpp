@@ -41,7 +41,7 @@ TEST_F(CommandLineTest, wordsAreAddedListedAndRemovedInTheSharedDefaults) {
 
     // The application's store reads the same file.
     UserDefaults defaults;
-    EXPECT_EQ(defaults.filePath(), home.filePath(u"config/Quendra/defaults.conf"_s));
+    EXPECT_EQ(defaults.filePath(), home.filePath(u"config/Quendra/defaults.json"_s));
     EXPECT_EQ(AppDataStore(defaults).dictionaryEntries().first().spelling, u"Kubernetes"_s);
 
     r = run({u"words"_s, u"list"_s});
@@ -121,8 +121,8 @@ TEST_F(CommandLineTest, historyIsListedAndShownByIdentifierOrPrefix) {
     b.text.clear();
     b.recordingFileName = u"AAAA2222-0000-4000-8000-000000000002.wav"_s;
     b.transcriptionError = u"The service could not be reached."_s;
-    store.addHistory(a);
-    store.addHistory(b);
+    ASSERT_TRUE(store.addHistory(a));
+    ASSERT_TRUE(store.addHistory(b));
 
     Json list = json(run({u"history"_s, u"list"_s, u"--json"_s}));
     ASSERT_EQ(list.size(), 2u);

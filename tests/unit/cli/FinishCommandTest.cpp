@@ -38,8 +38,8 @@ protected:
 TEST_F(FinishCommandTest, finishesStandardInputWithTheUsersWordsAndSettings) {
     UserDefaults defaults;
     AppDataStore store(defaults);
-    store.saveReviewedSpelling(u"Kubernetes"_s, {u"cube and eighties"_s});
-    store.setDictationStyle(DictationStyle::clean);
+    ASSERT_TRUE(store.saveReviewedSpelling(u"Kubernetes"_s, {u"cube and eighties"_s}));
+    ASSERT_TRUE(store.setDictationStyle(DictationStyle::clean));
 
     Outcome r = finish(u"um so we we ship cube and eighties on friday\n"_s, {});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
@@ -56,7 +56,7 @@ TEST_F(FinishCommandTest, finishesStandardInputWithTheUsersWordsAndSettings) {
     EXPECT_EQ(r.out, u"Tell them Tuesday works.\n"_s);
     r = finish(u"Tell them Tuesday works"_s, {u"--reply-assist"_s});
     EXPECT_EQ(r.out, u"Tuesday works.\n"_s);
-    store.setReplyAssist(true);
+    ASSERT_TRUE(store.setReplyAssist(true));
     EXPECT_EQ(finish(u"Tell them Tuesday works"_s, {}).out, u"Tuesday works.\n"_s);
 
     r = finish(u"istanbul güzel"_s, {u"--language"_s, u"tr"_s});

@@ -85,8 +85,8 @@ TEST_F(TranscribeCommandTest, SettingsGiveTheDefaults) {
     {
         UserDefaults defaults;
         AppDataStore store(defaults);
-        store.setDictationModel(DictationModel::qwen);
-        store.setAllowModelFallback(false);
+        ASSERT_TRUE(store.setDictationModel(DictationModel::qwen));
+        ASSERT_TRUE(store.setAllowModelFallback(false));
     }
     const auto r = run({u"transcribe"_s, recording});
     EXPECT_EQ(r.status, int(ExitStatus::failure));

@@ -26,14 +26,14 @@ TEST(ServiceBaseURL, OnlyAnHttpsURLWithAHostReplacesIt) {
     QTemporaryDir dir;
     UserDefaults defaults(dir.filePath(u"defaults.conf"_s));
     EXPECT_EQ(serviceBaseURL(defaults), productionBaseURL());
-    defaults.setString(u"serviceBaseURL"_s, u"https://staging.example:8443/api/"_s);
+    ASSERT_TRUE(defaults.setString(u"serviceBaseURL"_s, u"https://staging.example:8443/api/"_s));
     EXPECT_EQ(serviceBaseURL(defaults), QUrl(u"https://staging.example:8443/api/"_s));
     for (const QString& refused : {u"http://staging.example/api/"_s, u"https:///api/"_s,
                                    u"staging.example/api/"_s, u"ftp://x.example/"_s, u""_s}) {
-        defaults.setString(u"serviceBaseURL"_s, refused);
+        ASSERT_TRUE(defaults.setString(u"serviceBaseURL"_s, refused));
         EXPECT_EQ(serviceBaseURL(defaults), productionBaseURL()) << refused.toStdString();
     }
-    defaults.setInteger(u"serviceBaseURL"_s, 443);
+    ASSERT_TRUE(defaults.setInteger(u"serviceBaseURL"_s, 443));
     EXPECT_EQ(serviceBaseURL(defaults), productionBaseURL());
 }
 

@@ -1,6 +1,8 @@
 #include "model/AppDataStore.h"
 #include "support/TestSupport.h"
 
+#include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -13,7 +15,7 @@ namespace {
 class AppDataStoreTest : public ::testing::Test {
 protected:
     QTemporaryDir dir;
-    UserDefaults defaults{dir.filePath(u"defaults.conf"_s)};
+    UserDefaults defaults{dir.filePath(u"defaults.json"_s)};
     QDateTime clock = QDateTime(QDate(2026, 11, 23), QTime(12, 0), Qt::UTC);
     AppDataStore store{defaults, [this] { return clock; }};
 
@@ -35,17 +37,17 @@ protected:
 } // namespace
 
 TEST_F(AppDataStoreTest, legacyDictionaryMigratesOnceAndStaysInPlace) {
-    defaults.setData(u"personalDictionary"_s, R"(["Kubernetes","kubernetes","  Qt  6 "])");
+    ASSERT_TRUE(defaults.setData(u"personalDictionary"_s, R"(["Kubernetes","kubernetes","  Qt  6 "])"));
     EXPECT_EQ(spellings(), (QStringList{u"Kubernetes"_s, u"Qt 6"_s}));
     EXPECT_TRUE(defaults.contains(u"personalDictionaryV2"_s));
     EXPECT_TRUE(defaults.contains(u"personalDictionary"_s));
     const auto first = store.dictionaryEntries();
     // Identifiers were fixed by the migration, and the legacy list is not read again.
-    defaults.setData(u"personalDictionary"_s, R"(["Other"])");
+    ASSERT_TRUE(defaults.setData(u"personalDictionary"_s, R"(["Other"])"));
     EXPECT_EQ(store.dictionaryEntries(), first);
 
     // A broken new list is empty, and the migration is not retried.
-    defaults.setData(u"personalDictionaryV2"_s, "not json");
+    ASSERT_TRUE(defaults.setData(u"personalDictionaryV2"_s, "not json"));
     EXPECT_TRUE(store.dictionaryEntries().isEmpty());
 }
 
@@ -80,7 +82,7 @@ TEST_F(AppDataStoreTest, dictionaryNormalisesSpellingsAndSpokenForms) {
     after = store.dictionaryEntries();
     EXPECT_EQ(after[1].spelling, u"Kube"_s);
     EXPECT_EQ(after[1].spokenForms, QStringList{u"cube"_s});
-    store.removeDictionaryEntry(k.id);
+    ASSERT_TRUE(store.removeDictionaryEntry(k.id));
     EXPECT_EQ(spellings(), (QStringList{u"apple"_s, u"Zebra"_s}));
 
     const QString longSpelling = QString(79, u'x') + u"\u00e9\u0301tail"_s;
@@ -90,20 +92,20 @@ TEST_F(AppDataStoreTest, dictionaryNormalisesSpellingsAndSpokenForms) {
 
 TEST_F(AppDataStoreTest, importedWordsAndSnippetsMergeByIdentifier) {
     const QUuid id = QUuid::createUuid();
-    store.importWord(PersonalDictionaryEntry{QUuid(), u"Parlevo"_s, {u"par levo"_s}}, id);
+    ASSERT_TRUE(store.importWord(PersonalDictionaryEntry{QUuid(), u"Parlevo"_s, {u"par levo"_s}}, id));
     ASSERT_EQ(store.dictionaryEntries().size(), 1);
     EXPECT_EQ(store.dictionaryEntries()[0].id, id);
-    store.importWord(PersonalDictionaryEntry{id, u"Parlevo!"_s, {}}, id);
+    ASSERT_TRUE(store.importWord(PersonalDictionaryEntry{id, u"Parlevo!"_s, {}}, id));
     EXPECT_EQ(spellings(), QStringList{u"Parlevo!"_s});
-    store.importWord(std::nullopt, id);
+    ASSERT_TRUE(store.importWord(std::nullopt, id));
     EXPECT_TRUE(store.dictionaryEntries().isEmpty());
 
     const QUuid sid = QUuid::createUuid();
-    store.importSnippet(VoiceSnippet{sid, u"sig"_s, u"Best, Ana"_s}, sid);
-    store.importSnippet(VoiceSnippet{sid, u"sig"_s, u"Cheers, Ana"_s}, sid);
+    ASSERT_TRUE(store.importSnippet(VoiceSnippet{sid, u"sig"_s, u"Best, Ana"_s}, sid));
+    ASSERT_TRUE(store.importSnippet(VoiceSnippet{sid, u"sig"_s, u"Cheers, Ana"_s}, sid));
     ASSERT_EQ(store.snippets().size(), 1);
     EXPECT_EQ(store.snippets()[0].expansion, u"Cheers, Ana"_s);
-    store.importSnippet(std::nullopt, sid);
+    ASSERT_TRUE(store.importSnippet(std::nullopt, sid));
     EXPECT_TRUE(store.snippets().isEmpty());
 }
 
@@ -124,7 +126,7 @@ TEST_F(AppDataStoreTest, snippetsAreBoundedReplacedByTriggerAndSorted) {
     ASSERT_EQ(list.size(), 2);
     EXPECT_EQ(list[0].id, keptId);
     EXPECT_EQ(list[0].trigger, u"MY ADDRESS"_s);
-    store.removeSnippet(keptId);
+    ASSERT_TRUE(store.removeSnippet(keptId));
     EXPECT_EQ(store.snippets().size(), 1);
 }
 
@@ -132,7 +134,7 @@ TEST_F(AppDataStoreTest, historyIsCappedNewestFirstAndReAddingMovesToFront) {
     QList<TranscriptEntry> added;
     for (int i = 0; i < 61; ++i) {
         added << entry(61 - i, u"entry %1"_s.arg(i));
-        store.addHistory(added.last());
+        ASSERT_TRUE(store.addHistory(added.last()));
     }
     auto history = store.history();
     ASSERT_EQ(history.size(), 60);
@@ -143,7 +145,7 @@ TEST_F(AppDataStoreTest, historyIsCappedNewestFirstAndReAddingMovesToFront) {
     // growing it; reading still orders by date.
     TranscriptEntry again = added[30];
     again.text = u"retried"_s;
-    store.addHistory(again);
+    ASSERT_TRUE(store.addHistory(again));
     const Json stored = *parseJson(*defaults.data(u"transcriptHistory"_s));
     EXPECT_EQ(stored.size(), 60u);
     EXPECT_EQ(stored[0].get<TranscriptEntry>(), again);
@@ -154,7 +156,7 @@ TEST_F(AppDataStoreTest, historyIsCappedNewestFirstAndReAddingMovesToFront) {
     // An imported entry takes its place by date.
     TranscriptEntry imported = entry(0, u"from the workspace"_s);
     imported.createdAt = added[45].createdAt.addSecs(-1);
-    store.importHistory(imported);
+    ASSERT_TRUE(store.importHistory(imported));
     history = store.history();
     EXPECT_EQ(history.size(), 60);
     const auto at = std::find_if(history.begin(), history.end(),
@@ -173,8 +175,8 @@ TEST_F(AppDataStoreTest, contextOlderThanADayIsPurgedFromStorage) {
     old.dictationSettings = settings;
     TranscriptEntry recent = entry(23 * 60);
     recent.dictationSettings = settings;
-    store.addHistory(old);
-    store.addHistory(recent);
+    ASSERT_TRUE(store.addHistory(old));
+    ASSERT_TRUE(store.addHistory(recent));
 
     const auto history = store.history();
     ASSERT_EQ(history.size(), 2);
@@ -186,30 +188,43 @@ TEST_F(AppDataStoreTest, contextOlderThanADayIsPurgedFromStorage) {
 }
 
 TEST_F(AppDataStoreTest, oneBrokenListOrEntryNeverCostsTheOthers) {
-    store.addHistory(entry(5, u"kept"_s));
-    store.saveSnippet(u"a"_s, u"b"_s);
-    defaults.setData(u"voiceSnippets"_s, "{broken");
+    ASSERT_TRUE(store.addHistory(entry(5, u"kept"_s)));
+    ASSERT_TRUE(store.saveSnippet(u"a"_s, u"b"_s));
+    ASSERT_TRUE(defaults.setData(u"voiceSnippets"_s, "{broken"));
     EXPECT_TRUE(store.snippets().isEmpty());
     EXPECT_EQ(store.history().size(), 1);
 
     QByteArray history = *defaults.data(u"transcriptHistory"_s);
     history.insert(1, R"({"id":"nope"},17,)");
-    defaults.setData(u"transcriptHistory"_s, history);
+    ASSERT_TRUE(defaults.setData(u"transcriptHistory"_s, history));
     ASSERT_EQ(store.history().size(), 1);
     EXPECT_EQ(store.history()[0].text, u"kept"_s);
+
+    // Writing over a list that did not decode in full first keeps it aside.
+    ASSERT_TRUE(defaults.takeNotices().isEmpty());
+    ASSERT_TRUE(store.addHistory(entry(1, u"new"_s)));
+    const QStringList notices = defaults.takeNotices();
+    ASSERT_EQ(notices.size(), 1);
+    const QStringList copies = QDir(dir.path()).entryList({u"transcriptHistory.json.damaged-*"_s});
+    ASSERT_EQ(copies.size(), 1);
+    EXPECT_TRUE(notices[0].contains(copies[0]));
+    QFile copy(dir.filePath(copies[0]));
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(copy.readAll(), history);
+    EXPECT_EQ(store.history().size(), 2);
 }
 
 TEST_F(AppDataStoreTest, surfaceStylesAndDismissedSuggestions) {
-    store.setStyle(DictationStyle::polished, WritingSurface::email);
-    store.setStyle(DictationStyle::casual, WritingSurface::slack);
-    store.setStyle(std::nullopt, WritingSurface::slack);
+    ASSERT_TRUE(store.setStyle(DictationStyle::polished, WritingSurface::email));
+    ASSERT_TRUE(store.setStyle(DictationStyle::casual, WritingSurface::slack));
+    ASSERT_TRUE(store.setStyle(std::nullopt, WritingSurface::slack));
     EXPECT_EQ(store.surfaceStyles(), (QMap<WritingSurface, DictationStyle>{
                                          {WritingSurface::email, DictationStyle::polished}}));
     EXPECT_EQ(defaults.stringMap(u"surfaceStyles"_s),
               (QMap<QString, QString>{{u"email"_s, u"polished"_s}}));
 
-    store.dismissWordSuggestions({u"Kube-Ctl!"_s, u"kubectl"_s, u"  ...  "_s, u"Éclair"_s});
-    store.dismissWordSuggestions({u"KUBECTL"_s});
+    ASSERT_TRUE(store.dismissWordSuggestions({u"Kube-Ctl!"_s, u"kubectl"_s, u"  ...  "_s, u"Éclair"_s}));
+    ASSERT_TRUE(store.dismissWordSuggestions({u"KUBECTL"_s}));
     EXPECT_EQ(store.dismissedWordSuggestions(), (QStringList{u"kubectl"_s, u"éclair"_s}));
 }
 
@@ -221,19 +236,19 @@ TEST_F(AppDataStoreTest, scalarSettingsHaveDefaultsAndRoundTrip) {
     EXPECT_EQ(store.recordingDuration(), AppDataStore::defaultRecordingDuration);
     EXPECT_FALSE(store.replyAssist());
 
-    store.setDictationStyle(DictationStyle::prompt);
-    store.setDictationLanguage(DictationLanguage::ukrainian);
-    store.setRecordingDuration(RecordingDuration::sixty);
-    store.setDictationModel(DictationModel::offline);
-    store.setNotesRecordingShortcut(DictationShortcut{15, CarbonModifier::control, u"R"_s});
+    ASSERT_TRUE(store.setDictationStyle(DictationStyle::prompt));
+    ASSERT_TRUE(store.setDictationLanguage(DictationLanguage::ukrainian));
+    ASSERT_TRUE(store.setRecordingDuration(RecordingDuration::sixty));
+    ASSERT_TRUE(store.setDictationModel(DictationModel::offline));
+    ASSERT_TRUE(store.setNotesRecordingShortcut(DictationShortcut{15, CarbonModifier::control, u"R"_s}));
     EXPECT_EQ(defaults.string(u"dictationStyle"_s), u"prompt"_s);
     EXPECT_EQ(defaults.string(u"dictationLanguage"_s), u"uk"_s);
     EXPECT_EQ(defaults.integer(u"recordingDuration"_s), 60);
     EXPECT_EQ(store.dictationModel(), DictationModel::offline);
     EXPECT_EQ(store.notesRecordingShortcut()->keyLabel, u"R"_s);
 
-    defaults.setInteger(u"recordingDuration"_s, 15);
-    defaults.setString(u"dictationStyle"_s, u"light"_s);
+    ASSERT_TRUE(defaults.setInteger(u"recordingDuration"_s, 15));
+    ASSERT_TRUE(defaults.setString(u"dictationStyle"_s, u"light"_s));
     EXPECT_EQ(store.recordingDuration(), AppDataStore::defaultRecordingDuration);
     EXPECT_EQ(store.dictationStyle(), DictationStyle::exact);
 }

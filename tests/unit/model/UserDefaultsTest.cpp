@@ -3,6 +3,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QSettings>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -12,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 TEST(UserDefaults, everyTypeReadsBackAsWrittenAndOnlyAsItsOwnType) {
     QTemporaryDir dir;
-    const QString path = dir.filePath(u"nested/Quendra/defaults.conf"_s);
+    const QString path = dir.filePath(u"nested/Quendra/defaults.json"_s);
     {
         UserDefaults d(path);
         const QByteArray binary("\x00\xff\x10 [1,2]", 9);
@@ -47,13 +49,15 @@ TEST(UserDefaults, everyTypeReadsBackAsWrittenAndOnlyAsItsOwnType) {
     EXPECT_FALSE(UserDefaults(path).contains(u"b"_s));
 }
 
-TEST(UserDefaults, hostileFileContentReadsAsAbsentValues) {
+TEST(UserDefaults, hostileValuesReadAsAbsentAndADamagedFileIsKeptAside) {
     QTemporaryDir dir;
-    const QString path = dir.filePath(u"defaults.conf"_s);
+    const QString path = dir.filePath(u"defaults.json"_s);
+    const QByteArray hostile =
+        R"({"b":"b:maybe","i":"i:12x","m":"m:[1]","l":"l:{","d":"d:%%%","plain":"hello",)"
+        R"("n":17,"s":"s:kept"})";
     QFile f(path);
     ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write("[General]\nb=b:maybe\ni=i:12x\nm=m:[1]\nl=l:{\nd=d:%%%\nplain=hello\n"
-            "v=@Variant(\\0\\0\\0\\x7f\\0\\0)\n\x01\x02garbage\n");
+    f.write(hostile);
     f.close();
     UserDefaults d(path);
     EXPECT_FALSE(d.boolean(u"b"_s));
@@ -62,19 +66,86 @@ TEST(UserDefaults, hostileFileContentReadsAsAbsentValues) {
     EXPECT_FALSE(d.stringList(u"l"_s));
     EXPECT_FALSE(d.data(u"d"_s));
     EXPECT_FALSE(d.string(u"plain"_s));
-    EXPECT_FALSE(d.data(u"v"_s));
-    // Writing still works, keeps the other keys and the damaged file is kept aside.
+    EXPECT_EQ(d.string(u"s"_s), u"kept"_s);
+    // The value of another kind made the file damaged: the original is kept
+    // aside byte for byte, the user is told where, and what could be read stays.
+    const QStringList notices = d.takeNotices();
+    const QStringList copies = QDir(dir.path()).entryList({u"defaults.json.damaged-*"_s});
+    ASSERT_EQ(copies.size(), 1);
+    ASSERT_EQ(notices.size(), 1);
+    EXPECT_TRUE(notices[0].contains(copies[0]));
+    QFile copy(dir.filePath(copies[0]));
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(copy.readAll(), hostile);
     EXPECT_TRUE(d.setBoolean(u"b"_s, true));
     EXPECT_EQ(UserDefaults(path).boolean(u"b"_s), true);
-    EXPECT_TRUE(UserDefaults(path).contains(u"plain"_s));
-    EXPECT_EQ(QDir(dir.path()).entryList({u"defaults.conf.damaged-*"_s}).size(), 1);
+    EXPECT_EQ(UserDefaults(path).string(u"s"_s), u"kept"_s);
+    EXPECT_EQ(QDir(dir.path()).entryList({u"defaults.json.damaged-*"_s}).size(), 1);
+}
+
+TEST(UserDefaults, anUnreadableFileIsNeverWrittenOver) {
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"defaults.json"_s);
+    ASSERT_TRUE(UserDefaults(path).setString(u"s"_s, u"precious"_s));
+    // A folder where the file should be cannot be read the way a file that
+    // root alone may read cannot, and does not depend on who runs the test.
+    const QString blocked = dir.filePath(u"blocked.json"_s);
+    ASSERT_TRUE(QDir().mkpath(blocked));
+    UserDefaults d(blocked);
+    ASSERT_TRUE(d.readProblem().has_value());
+    const auto refused = d.setString(u"s"_s, u"x"_s);
+    ASSERT_FALSE(refused);
+    EXPECT_TRUE(refused.error().message.contains(blocked));
+    EXPECT_TRUE(QFileInfo(blocked).isDir());
+    EXPECT_EQ(UserDefaults(path).string(u"s"_s), u"precious"_s);
+}
+
+TEST(UserDefaults, aFailedChangeLeavesEveryValueAsStored) {
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"defaults.json"_s);
+    UserDefaults d(path);
+    ASSERT_TRUE(d.setString(u"a"_s, u"1"_s));
+    const auto failed = d.change([&]() -> StoreResult<> {
+        EXPECT_TRUE(d.setString(u"a"_s, u"2"_s));
+        EXPECT_TRUE(d.setString(u"b"_s, u"2"_s));
+        return std::unexpected(StoreError{StoreError::Kind::invalid, u"no"_s});
+    });
+    EXPECT_FALSE(failed);
+    EXPECT_EQ(d.string(u"a"_s), u"1"_s);
+    EXPECT_FALSE(d.contains(u"b"_s));
+    EXPECT_EQ(UserDefaults(path).string(u"a"_s), u"1"_s);
+}
+
+TEST(UserDefaults, filesAreCreatedPrivate) {
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"config/Quendra/defaults.json"_s);
+    ASSERT_TRUE(UserDefaults(path).setString(u"s"_s, u"x"_s));
+    EXPECT_EQ(QFileInfo(path).permissions() & 0x0077, 0);
+    EXPECT_EQ(QFileInfo(QFileInfo(path).absolutePath()).permissions() & 0x0077, 0);
+}
+
+TEST(UserDefaults, valuesOfEarlierBuildsAreImportedOnce) {
+    QTemporaryDir dir;
+    const QString legacy = dir.filePath(u"defaults.conf"_s);
+    {
+        QSettings old(legacy, QSettings::IniFormat);
+        old.setValue(u"dictationStyle"_s, u"s:polished"_s);
+        old.setValue(u"personalDictionaryV2"_s, u"t:[]"_s);
+    }
+    const QString path = dir.filePath(u"defaults.json"_s);
+    UserDefaults d(path);
+    EXPECT_EQ(d.string(u"dictationStyle"_s), u"polished"_s);
+    EXPECT_TRUE(QFileInfo::exists(path));
+    EXPECT_FALSE(QFileInfo::exists(legacy));
+    ASSERT_TRUE(d.setString(u"dictationStyle"_s, u"casual"_s));
+    EXPECT_EQ(UserDefaults(path).string(u"dictationStyle"_s), u"casual"_s);
 }
 
 TEST(UserDefaults, pathFollowsXdgConfigHome) {
     const QByteArray saved = qgetenv("XDG_CONFIG_HOME");
     qputenv("XDG_CONFIG_HOME", "/tmp/parlevo-config");
-    EXPECT_EQ(UserDefaults::defaultPath(), u"/tmp/parlevo-config/Quendra/defaults.conf"_s);
+    EXPECT_EQ(UserDefaults::defaultPath(), u"/tmp/parlevo-config/Quendra/defaults.json"_s);
     qputenv("XDG_CONFIG_HOME", "relative/ignored");
-    EXPECT_TRUE(UserDefaults::defaultPath().endsWith(u"/.config/Quendra/defaults.conf"_s));
+    EXPECT_TRUE(UserDefaults::defaultPath().endsWith(u"/.config/Quendra/defaults.json"_s));
     qputenv("XDG_CONFIG_HOME", saved);
 }

@@ -73,7 +73,7 @@ TEST(HotKeyManager, ATakenCombinationLeavesNothingRegistered) {
 class ShortcutSettingsTest : public testing::Test {
 protected:
     QTemporaryDir dir;
-    UserDefaults defaults{dir.filePath(u"defaults.conf"_s)};
+    UserDefaults defaults{dir.filePath(u"defaults.json"_s)};
     AppDataStore store{defaults};
     FakeHotKeyService service;
     HotKeyManager hotKey{service, HotKeyManager::dictationIdentifier};

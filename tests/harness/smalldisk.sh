@@ -17,15 +17,24 @@ smalldisk_enter() {
     exec unshare -r -m --propagation private "$script" "$@"
 }
 
+smalldisk_mounts=()
+
 smalldisk_mount() {
     mkdir -p "$1"
     mount -t tmpfs -o "size=${2}k,mode=0700" tmpfs "$1"
+    smalldisk_mounts+=("$1")
 }
 
+# Blocks run out, files can still be created: the usual full disk, where the
+# create succeeds and the write fails.
 smalldisk_fill() {
-    # Big blocks first, then single bytes, so that not even a small write fits.
     dd if=/dev/zero of="$1/.filler" bs=4k 2>/dev/null || true
     dd if=/dev/zero of="$1/.filler-tail" bs=1 2>/dev/null || true
-    local i=0
-    while touch "$1/.filler-$i" 2>/dev/null; do i=$((i + 1)); [ $i -gt 10000 ] && break; done
+}
+
+# For the exit trap: the namespace ends with the script, but its files are
+# removed first and a read-only mount would refuse that.
+smalldisk_unmount_all() {
+    local dir
+    for dir in "${smalldisk_mounts[@]}"; do umount "$dir" 2>/dev/null || true; done
 }

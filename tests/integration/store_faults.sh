@@ -10,6 +10,7 @@ smalldisk_enter "$@"
 parlevo="$1" build="$2"
 source "$(dirname "$0")/../harness/common.sh"
 harness_home
+trap 'smalldisk_unmount_all; harness_cleanup' EXIT
 
 prefix="$harness_dir/prefix"
 cmake --install "$build" --prefix "$prefix" >/dev/null
@@ -29,14 +30,14 @@ must_fail() {
     if grep -q "Added\|Saying\|Removed" "$harness_dir/out"; then fail "claimed success: $*"; fi
 }
 
-echo "== dozens of words, one after the other, in the build copy and the installed one"
+echo "$(date +%T.%N | cut -c1-12) == dozens of words, one after the other, in the build copy and the installed one"
 for i in $(seq 1 30); do "$parlevo" words add "Word$i" --form "word number $i" >/dev/null; done
 for i in $(seq 31 60); do "$installed" words add "Word$i" >/dev/null; done
 [ "$(count_words)" -eq 60 ] || fail "60 words added, $(count_words) listed"
 [ "$(stat -c %a "$defaults")" = 600 ] || fail "defaults file is $(stat -c %a "$defaults")"
 [ "$(stat -c %a "$(dirname "$defaults")")" = 700 ] || fail "defaults folder is not private"
 
-echo "== twenty processes at once keep twenty entries"
+echo "$(date +%T.%N | cut -c1-12) == twenty processes at once keep twenty entries"
 rm -f "$defaults"
 pids=()
 for i in $(seq 1 20); do
@@ -49,16 +50,17 @@ for pid in "${pids[@]}"; do wait "$pid" || fail "a parallel add failed: $(cat "$
 [ "$(count_words)" -eq 20 ] || fail "20 parallel words, $(count_words) kept"
 [ "$(count_snippets)" -eq 20 ] || fail "20 parallel snippets, $(count_snippets) kept"
 
-echo "== a lock another process keeps ends in a sentence, not a hang"
-flock "$defaults.lock" sleep 60 &
+echo "$(date +%T.%N | cut -c1-12) == a lock another process keeps ends in a sentence, not a hang"
+# -o: the lock stays with flock itself, so that stopping it releases the lock.
+flock -o "$defaults.lock" sleep 60 &
 holder=$!
 harness_wait 5 sh -c "! flock -n '$defaults.lock' true"
 must_fail "Another Parlevo process" "$installed" words add Blocked
-kill "$holder"
+pkill -P "$holder" sleep || true
 wait "$holder" 2>/dev/null || true
 [ "$(count_words)" -eq 20 ] || fail "the blocked add changed the list"
 
-echo "== a Words list that does not decode is kept aside before an add replaces it"
+echo "$(date +%T.%N | cut -c1-12) == a Words list that does not decode is kept aside before an add replaces it"
 cp "$defaults" "$harness_dir/before.json"
 python3 - "$defaults" <<'EOF'
 import json, sys
@@ -73,7 +75,7 @@ grep -q "$copy" "$harness_dir/err" || fail "the user was not told where the copy
 grep -q "not json" "$copy" || fail "the copy does not hold the damaged list"
 [ "$("$installed" words list)" = "Fresh" ] || fail "the list after the add: $("$installed" words list)"
 
-echo "== a damaged defaults file read by many processes at once is kept aside once"
+echo "$(date +%T.%N | cut -c1-12) == a damaged defaults file read by many processes at once is kept aside once"
 printf '{"personalDictionaryV2": "t:[]", broken' >"$defaults"
 cp "$defaults" "$harness_dir/damaged"
 pids=()
@@ -88,14 +90,14 @@ cmp -s "${copies[0]}" "$harness_dir/damaged" || fail "the copy differs from the 
 [ "$(cat "$harness_dir"/d*.err | grep -c "${copies[0]}")" -eq 1 ] || fail "not told once where the copy is"
 python3 -c 'import json,sys; json.load(open(sys.argv[1]))' "$defaults" || fail "the file was not repaired"
 
-echo "== a FIFO in place of the file is refused at once"
+echo "$(date +%T.%N | cut -c1-12) == a FIFO in place of the file is refused at once"
 rm -f "$defaults"
 mkfifo "$defaults"
 must_fail "not a regular file" "$installed" words list
 must_fail "not a regular file" "$installed" words add Piped
 rm -f "$defaults"
 
-echo "== a file the user cannot read is never written over"
+echo "$(date +%T.%N | cut -c1-12) == a file the user cannot read is never written over"
 "$installed" words add Precious >/dev/null
 if [ "$(id -u)" -eq 0 ]; then
     # Root reads everything; the file is tried by an ordinary user instead.
@@ -112,7 +114,13 @@ must_fail "permission denied" "${as_user[@]}" "$installed" history list
 if [ "$(id -u)" -eq 0 ]; then chown -R root "$harness_dir"; else chmod 600 "$defaults"; fi
 [ "$("$installed" words list)" = "Precious" ] || fail "the unreadable file was changed"
 
-echo "== a full disk: every change fails with its sentence and nothing is lost"
+echo "$(date +%T.%N | cut -c1-12) == output that cannot be written is a failure"
+status=0
+"$installed" words list >/dev/full 2>"$harness_dir/err" || status=$?
+[ "$status" -eq 1 ] && grep -q "could not be written" "$harness_dir/err" ||
+    fail "words list to a full device gave $status: $(cat "$harness_dir/err")"
+
+echo "$(date +%T.%N | cut -c1-12) == a full disk: every change fails with its sentence and nothing is lost"
 disk="$harness_dir/disk"
 smalldisk_mount "$disk" 256
 export XDG_CONFIG_HOME="$disk/config"
@@ -131,7 +139,7 @@ cmp -s "$defaults" "$harness_dir/full-before.json" || fail "the full disk change
 leftovers="$(find "$XDG_CONFIG_HOME" -name '.*.new-*' | wc -l)"
 [ "$leftovers" -eq 0 ] || fail "$leftovers temporary files left on the full disk"
 
-echo "== a read-only disk"
+echo "$(date +%T.%N | cut -c1-12) == a read-only disk"
 mount -o remount,ro "$disk"
 must_fail "read-only" "$installed" words add ReadOnly
 must_fail "read-only" "$installed" snippets add ro "read only"

@@ -1,5 +1,6 @@
-// Arbitrary bytes as the defaults file: opening it and reading every key as
-// every type, and through the store, must never crash or hang.
+// Arbitrary bytes as the defaults file: opening it, reading every key as
+// every type, and reading and changing the lists through the store must never
+// crash or hang, and a change must leave a file that reads back.
 
 #include "model/AppDataStore.h"
 
@@ -13,7 +14,9 @@ using namespace quendra;
 using namespace Qt::Literals::StringLiterals;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const QString folder = QDir::tempPath() + u"/parlevo-fuzz-%1"_s.arg(::getpid());
+    // Memory-backed where possible: every change syncs the file.
+    static const QString base = QDir(u"/dev/shm"_s).exists() ? u"/dev/shm"_s : QDir::tempPath();
+    static const QString folder = base + u"/parlevo-fuzz-%1"_s.arg(::getpid());
     static const bool made = QDir().mkpath(folder);
     (void)made;
     const QString path = folder + u"/defaults.json"_s;
@@ -23,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             return 0;
         file.write(reinterpret_cast<const char*>(data), static_cast<qint64>(size));
     }
-    for (const QString& stale : QDir(folder).entryList({u"defaults.json.damaged-*"_s}))
+    for (const QString& stale : QDir(folder).entryList({u"*.damaged-*"_s}))
         QFile::remove(folder + u'/' + stale);
 
     UserDefaults defaults(path);
@@ -47,5 +50,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     store.dictationStyle();
     store.dictationLanguage();
     store.dictationModel();
+    if (defaults.readProblem())
+        return 0;
+    const bool added = store.saveSnippet(u"fuzz"_s, u"expansion"_s).has_value() &&
+                       store.saveReviewedSpelling(u"Fuzz"_s, {u"fuzz form"_s}).has_value();
+    if (added) {
+        UserDefaults again(path);
+        AppDataStore reread(again);
+        if (reread.snippets().isEmpty() || reread.dictionaryEntries().isEmpty())
+            __builtin_trap(); // a change that reported success did not stick
+    }
     return 0;
 }

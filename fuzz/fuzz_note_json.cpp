@@ -8,11 +8,11 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
-    const std::optional<quendra::Note> note = quendra::decodeNote(bytes);
+    const auto note = quendra::decodeNote(bytes);
     if (!note)
         return 0;
     const QByteArray encoded = quendra::encodeNote(*note);
-    const std::optional<quendra::Note> again = quendra::decodeNote(encoded);
+    const auto again = quendra::decodeNote(encoded);
     if (!again || !(*again == *note))
         std::abort();
     if (quendra::encodeNote(*again) != encoded)

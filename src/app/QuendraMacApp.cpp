@@ -49,8 +49,13 @@ QuendraMacApp::~QuendraMacApp() = default;
 bool QuendraMacApp::start() {
     // Notes left recording by a previous run become interrupted notes whose
     // audio can still be processed.
-    for (const Note& note : NotesStore().recoverInterrupted())
+    const NoteRecovery recovery = NotesStore().recoverInterrupted();
+    for (const Note& note : recovery.recovered)
         qInfo("parlevo: recovered the interrupted note %s", qPrintable(uuidText(note.id)));
+    for (const QString& sentence : recovery.keptAside)
+        qWarning("parlevo: %s", qPrintable(sentence));
+    for (const StoreError& failure : recovery.failures)
+        qWarning("parlevo: %s", qPrintable(failure.message));
 
     const QIcon icon = microphoneIcon();
     QApplication::setWindowIcon(icon);

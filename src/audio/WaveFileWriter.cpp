@@ -1,6 +1,10 @@
 #include "audio/WaveFileWriter.h"
 
+#include "model/DurableFile.h"
+#include "model/FileDescriptor.h"
+
 #include <QFile>
+#include <QFileInfo>
 #include <QtEndian>
 
 #include <algorithm>
@@ -28,7 +32,7 @@ int openFile(const QString& path, int flags) {
     const QByteArray native = QFile::encodeName(path);
     int fd;
     do {
-        fd = ::open(native.constData(), flags | O_CLOEXEC, 0600);
+        fd = ::open(native.constData(), flags | O_CLOEXEC | O_NOFOLLOW, 0600);
     } while (fd < 0 && errno == EINTR);
     return fd;
 }
@@ -92,13 +96,31 @@ std::expected<WaveFileWriter, QString> WaveFileWriter::create(const QString& pat
 }
 
 std::expected<qint64, QString> WaveFileWriter::repair(const QString& path) {
-    const int fd = openFile(path, O_RDWR);
-    if (fd < 0)
-        return std::unexpected(failure(u"Could not open"_s, path, errno));
+    const QFileInfo info(path);
+    const FileDescriptor directory(::open(QFile::encodeName(info.absolutePath()).constData(),
+                                          O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (directory.get() < 0)
+        return std::unexpected(DurableFile::failureSentence(true, path, errno));
+    return repairAt(directory.get(), QFile::encodeName(info.fileName()), path);
+}
+
+std::expected<qint64, QString> WaveFileWriter::repairAt(int directory, const QByteArray& name,
+                                                        const QString& shownPath) {
+    // Non-blocking, so that a FIFO put in the section's place is refused below
+    // instead of waited on.
+    FileDescriptor file(::openat(directory, name.constData(),
+                                 O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    if (file.get() < 0)
+        return std::unexpected(DurableFile::failureSentence(true, shownPath, errno));
+    const int fd = file.get();
     struct stat status {};
-    int error = ::fstat(fd, &status) == 0 ? 0 : errno;
+    if (::fstat(fd, &status) != 0)
+        return std::unexpected(DurableFile::failureSentence(true, shownPath, errno));
+    if (!S_ISREG(status.st_mode))
+        return std::unexpected(u"Could not repair %1: it is not a regular file."_s.arg(shownPath));
     const qint64 count = std::max<qint64>(0, qint64(status.st_size) - headerBytes) & ~qint64(1);
-    if (!error && ::ftruncate(fd, off_t(headerBytes + count)) != 0)
+    int error = 0;
+    if (::ftruncate(fd, off_t(headerBytes + count)) != 0)
         error = errno;
     if (!error) {
         const QByteArray bytes = header(count);
@@ -106,9 +128,10 @@ std::expected<qint64, QString> WaveFileWriter::repair(const QString& path) {
     }
     if (!error)
         error = syncFile(fd);
-    ::close(fd);
+    if (const int closed = file.close(); !error)
+        error = closed;
     if (error)
-        return std::unexpected(failure(u"Could not repair"_s, path, error));
+        return std::unexpected(DurableFile::failureSentence(true, shownPath, error));
     return count * 1000 / bytesPerSecond;
 }
 

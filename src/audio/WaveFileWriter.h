@@ -24,6 +24,11 @@ public:
     // Makes the header match the whole samples on disk (an odd trailing byte is
     // cut off); returns the repaired duration in milliseconds.
     static std::expected<qint64, QString> repair(const QString& path);
+    // The same for the file `name` inside an open folder, never following a
+    // symbolic link and refusing anything but a regular file. `shownPath`
+    // names it in the sentence.
+    static std::expected<qint64, QString> repairAt(int directory, const QByteArray& name,
+                                                   const QString& shownPath);
 
     WaveFileWriter(WaveFileWriter&& other) noexcept;
     WaveFileWriter& operator=(WaveFileWriter&& other) noexcept;

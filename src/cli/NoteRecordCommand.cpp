@@ -13,14 +13,15 @@ namespace {
 
 // Keeps the stored note in step with what the recorder reports, as the notes
 // screen does.
-void store(NotesStore& notes, const QUuid& id, const NoteRecorder::Event& event) {
+StoreResult<> store(NotesStore& notes, const QUuid& id, const NoteRecorder::Event& event) {
+    StoreResult<Note> stored;
     if (const auto* opened = std::get_if<NoteRecorder::SectionOpened>(&event)) {
-        (void)notes.update(id, [&](Note& note) {
+        stored = notes.update(id, [&](Note& note) {
             note.sections << NoteSection{
                 .index = opened->index, .startMs = opened->startMs, .endMs = opened->startMs};
         });
     } else if (const auto* closed = std::get_if<NoteRecorder::RecordedSection>(&event)) {
-        (void)notes.update(id, [&](Note& note) {
+        stored = notes.update(id, [&](Note& note) {
             for (NoteSection& section : note.sections)
                 if (section.index == closed->index) {
                     section.startMs = closed->startMs;
@@ -29,13 +30,16 @@ void store(NotesStore& notes, const QUuid& id, const NoteRecorder::Event& event)
                 }
         });
     } else if (const auto* checkpoint = std::get_if<NoteRecorder::Checkpoint>(&event)) {
-        (void)notes.update(id, [&](Note& note) {
+        stored = notes.update(id, [&](Note& note) {
             note.durationMs = checkpoint->durationMs;
             for (NoteSection& section : note.sections)
                 if (section.index == checkpoint->index)
                     section.endMs = checkpoint->durationMs;
         });
     }
+    if (!stored)
+        return std::unexpected(stored.error());
+    return {};
 }
 
 } // namespace
@@ -62,9 +66,13 @@ int recordNote(Invocation& in) {
     std::optional<QString> failure;
     qint64 recordedMs = 0;
     recorder.onEvent = [&](const NoteRecorder::Event& event) {
-        store(notes, note.id, event);
+        // A note whose record stops following its audio is not recorded on.
+        if (auto stored = store(notes, note.id, event); !stored && !failure) {
+            failure = stored.error().message;
+            loop.finish();
+        }
         if (const auto* failed = std::get_if<NoteRecorder::Failure>(&event)) {
-            failure = failed->message;
+            failure = failure.value_or(failed->message);
             loop.finish();
         } else if (const auto* notice = std::get_if<NoteRecorder::Notice>(&event)) {
             in.err << notice->message << Qt::endl;
@@ -95,7 +103,7 @@ int recordNote(Invocation& in) {
     loop.run();
 
     const qint64 durationMs = recorder.stop();
-    (void)notes.update(note.id, [&](Note& stored) {
+    const auto finished = notes.update(note.id, [&](Note& stored) {
         stored.durationMs = durationMs;
         // Transcription picks the note up from here.
         stored.state = NoteState::finishing;
@@ -105,6 +113,8 @@ int recordNote(Invocation& in) {
     in.out << note.id.toString(QUuid::WithoutBraces) << Qt::endl;
     if (failure)
         return in.failure(*failure);
+    if (!finished)
+        return in.failure(finished.error().message);
     return 0;
 }
 

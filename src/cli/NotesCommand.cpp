@@ -17,11 +17,16 @@ QString clock(qint64 ms) {
         .arg(s % 60, 2, 10, QChar(u'0'));
 }
 
-// Resolves the ID argument to a stored note, or prints why it cannot.
+// Resolves the ID argument to a stored note, or prints why it cannot. A note
+// whose folder is there but whose record cannot be read is found, and said so.
 std::optional<Note> findNote(Invocation& in, NotesStore& store, int* status) {
+    const NoteListing listing = store.loadAll();
     QList<QUuid> ids;
-    for (const Note& note : store.loadAll())
+    for (const Note& note : listing.notes)
         ids << note.id;
+    for (const UnreadableNote& note : listing.unreadable)
+        if (!note.id.isNull())
+            ids << note.id;
     const QString text = in.positionals()[0];
     const auto [lookup, id] = findIdentifier(text, ids);
     switch (lookup) {
@@ -32,15 +37,29 @@ std::optional<Note> findNote(Invocation& in, NotesStore& store, int* status) {
         *status = in.usageError(u"“%1” starts more than one note identifier"_s.arg(text));
         return std::nullopt;
     case IdLookup::missing:
-        *status = in.failure(u"No note has the identifier %1."_s.arg(text));
+        if (listing.unreadable.size() == 1 && listing.unreadable[0].id.isNull())
+            *status = in.failure(listing.unreadable[0].error.message);
+        else
+            *status = in.failure(u"No note has the identifier %1."_s.arg(text));
         return std::nullopt;
     case IdLookup::found:
         break;
     }
     auto note = store.load(id);
-    if (!note)
-        *status = in.failure(u"The note %1 could not be read."_s.arg(text));
-    return note;
+    if (!note) {
+        *status = in.failure(note.error().message);
+        return std::nullopt;
+    }
+    return std::move(*note);
+}
+
+// The sentence and failure status once a listing left notes out.
+int unreadableFailure(Invocation& in, const NoteListing& listing) {
+    if (listing.unreadable.isEmpty())
+        return 0;
+    return in.failure(listing.unreadable.size() == 1
+                          ? u"One note could not be read."_s
+                          : u"%1 notes could not be read."_s.arg(listing.unreadable.size()));
 }
 
 void printTurns(QTextStream& out, const Note& note) {
@@ -55,20 +74,30 @@ void printTurns(QTextStream& out, const Note& note) {
 
 int listNotes(Invocation& in) {
     NotesStore store;
-    const QList<Note> notes = store.loadAll();
+    const NoteListing listing = store.loadAll();
     if (in.flag(u"json"_s)) {
-        in.out << QString::fromUtf8(jsonBytes(Json(notes), 2)) << Qt::endl;
-        return 0;
+        Json list(listing.notes);
+        for (const UnreadableNote& note : listing.unreadable)
+            list.push_back(Json{{"id", note.id.isNull() ? Json() : Json(note.id)},
+                                {"state", "unreadable"},
+                                {"folder", note.folder},
+                                {"message", note.error.message}});
+        in.out << QString::fromUtf8(jsonBytes(list, 2)) << Qt::endl;
+        return unreadableFailure(in, listing);
     }
-    if (notes.isEmpty())
+    if (listing.notes.isEmpty() && listing.unreadable.isEmpty())
         in.out << u"You have no notes."_s << Qt::endl;
-    for (const Note& note : notes) {
+    for (const Note& note : listing.notes) {
         in.out << uuidText(note.id).left(8) << u"  "_s << displayDate(note.createdAt) << u"  "_s
                << clock(note.durationMs) << u"  "_s
                << rawValue(note.state).toString().leftJustified(11) << u" "_s << note.title
                << u" — "_s << note.sourceDescription() << Qt::endl;
     }
-    return 0;
+    for (const UnreadableNote& note : listing.unreadable)
+        in.out << (note.id.isNull() ? u"--------"_s : uuidText(note.id).left(8)) << u"  "_s
+               << u"unreadable"_s.leftJustified(11) << u" "_s << note.folder << u" — "_s
+               << note.error.message << Qt::endl;
+    return unreadableFailure(in, listing);
 }
 
 int showNote(Invocation& in) {
@@ -147,13 +176,18 @@ int names(Invocation& in) {
 
 int recover(Invocation& in) {
     NotesStore store;
-    const QList<Note> recovered = store.recoverInterrupted();
-    if (recovered.isEmpty())
+    const NoteRecovery recovery = store.recoverInterrupted();
+    if (recovery.recovered.isEmpty() && recovery.keptAside.isEmpty() && recovery.failures.isEmpty())
         in.out << u"No note was left recording."_s << Qt::endl;
-    for (const Note& note : recovered)
+    for (const Note& note : recovery.recovered)
         in.out << u"Recovered “%1” (%2 of audio)."_s.arg(note.title, clock(note.durationMs))
                << Qt::endl;
-    return 0;
+    for (const QString& sentence : recovery.keptAside)
+        in.out << sentence << Qt::endl;
+    int status = 0;
+    for (const StoreError& failure : recovery.failures)
+        status = in.failure(failure.message);
+    return status;
 }
 
 int assemble(Invocation& in) {

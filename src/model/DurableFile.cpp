@@ -1,5 +1,7 @@
 #include "DurableFile.h"
 
+#include "FileDescriptor.h"
+
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
@@ -16,29 +18,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace quendra::DurableFile {
 
 namespace {
-
-class Descriptor {
-public:
-    explicit Descriptor(int fd = -1)
-        : fd(fd) {}
-    ~Descriptor() {
-        if (fd >= 0)
-            ::close(fd);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return fd; }
-    // Closing reports what a delayed write-back failure looks like on some
-    // file systems (NFS, FUSE), so it is checked like every other step.
-    int close() {
-        const int result = ::close(fd);
-        fd = -1;
-        return result == 0 ? 0 : errno;
-    }
-
-private:
-    int fd;
-};
 
 QString reason(int error) {
     switch (error) {
@@ -112,8 +91,8 @@ QString failureSentence(bool saving, const QString& path, int error) {
 StoreResult<> writeAt(int directory, const QByteArray& name, const QByteArray& bytes,
                       const QString& shownPath, mode_t mode) {
     const QByteArray temporary = temporaryName(name);
-    Descriptor file(::openat(directory, temporary.constData(),
-                             O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
+    FileDescriptor file(::openat(directory, temporary.constData(),
+                                 O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
     if (file.get() < 0)
         return std::unexpected(failed(true, shownPath, errno));
     int error = ::fchmod(file.get(), mode) == 0 ? 0 : errno; // past the umask
@@ -129,6 +108,10 @@ StoreResult<> writeAt(int directory, const QByteArray& name, const QByteArray& b
         ::unlinkat(directory, temporary.constData(), 0);
         return std::unexpected(failed(true, shownPath, error));
     }
+    return syncFolder(directory, shownPath);
+}
+
+StoreResult<> syncFolder(int directory, const QString& shownPath) {
     if (syncFolderFailed(directory))
         return std::unexpected(failed(true, shownPath, errno));
     return {};
@@ -136,7 +119,7 @@ StoreResult<> writeAt(int directory, const QByteArray& name, const QByteArray& b
 
 StoreResult<> write(const QString& path, const QByteArray& bytes, mode_t mode) {
     const QFileInfo info(path);
-    Descriptor directory(openFolder(info.absolutePath()));
+    FileDescriptor directory(openFolder(info.absolutePath()));
     if (directory.get() < 0)
         return std::unexpected(failed(true, path, errno));
     return writeAt(directory.get(), QFile::encodeName(info.fileName()), bytes, path, mode);
@@ -146,17 +129,17 @@ StoreResult<QByteArray> readAt(int directory, const QByteArray& name, qint64 max
                                const QString& shownPath) {
     // Non-blocking, so that opening a FIFO returns at once instead of waiting
     // for a writer; the type check below then refuses it.
-    Descriptor file(::openat(directory, name.constData(),
-                             O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    FileDescriptor file(::openat(directory, name.constData(),
+                                 O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
     if (file.get() < 0)
         return std::unexpected(failed(false, shownPath, errno));
     struct stat status {};
     if (::fstat(file.get(), &status) != 0)
         return std::unexpected(failed(false, shownPath, errno));
     if (!S_ISREG(status.st_mode))
-        return std::unexpected(StoreError{
-            StoreError::Kind::refused,
-            u"Could not read %1: it is not a regular file."_s.arg(shownPath)});
+        return std::unexpected(
+            StoreError{StoreError::Kind::refused,
+                       u"Could not read %1: it is not a regular file."_s.arg(shownPath)});
     if (status.st_size > maxBytes)
         return std::unexpected(StoreError{
             StoreError::Kind::refused,
@@ -174,8 +157,8 @@ StoreResult<QByteArray> readAt(int directory, const QByteArray& name, qint64 max
                     u"Could not read %1: it grew past the size Parlevo reads."_s.arg(shownPath)});
             bytes.resize(std::min<qint64>(maxBytes + 1, std::max<qint64>(4096, filled * 2)));
         }
-        const ssize_t n = ::read(file.get(), bytes.data() + filled,
-                                 static_cast<size_t>(bytes.size() - filled));
+        const ssize_t n =
+            ::read(file.get(), bytes.data() + filled, static_cast<size_t>(bytes.size() - filled));
         if (n < 0) {
             if (errno == EINTR)
                 continue;
@@ -191,7 +174,7 @@ StoreResult<QByteArray> readAt(int directory, const QByteArray& name, qint64 max
 
 StoreResult<QByteArray> read(const QString& path, qint64 maxBytes) {
     const QFileInfo info(path);
-    Descriptor directory(openFolder(info.absolutePath()));
+    FileDescriptor directory(openFolder(info.absolutePath()));
     if (directory.get() < 0)
         return std::unexpected(failed(false, path, errno));
     return readAt(directory.get(), QFile::encodeName(info.fileName()), maxBytes, path);
@@ -199,7 +182,7 @@ StoreResult<QByteArray> read(const QString& path, qint64 maxBytes) {
 
 StoreResult<QString> keepAside(const QString& path, const QByteArray& bytes) {
     const QFileInfo info(path);
-    Descriptor directory(openFolder(info.absolutePath()));
+    FileDescriptor directory(openFolder(info.absolutePath()));
     if (directory.get() < 0)
         return std::unexpected(failed(true, path, errno));
     const QString stem = info.fileName() + u".damaged-"_s +
@@ -208,9 +191,9 @@ StoreResult<QString> keepAside(const QString& path, const QByteArray& bytes) {
         const QString name = attempt == 0 ? stem : stem + u'-' + QString::number(attempt);
         const QString copy = info.absolutePath() + u'/' + name;
         // Reserve the name first, so that two processes never write one copy.
-        Descriptor reserved(::openat(directory.get(), QFile::encodeName(name).constData(),
-                                     O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
-                                     privateMode));
+        FileDescriptor reserved(::openat(directory.get(), QFile::encodeName(name).constData(),
+                                         O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
+                                         privateMode));
         if (reserved.get() < 0) {
             if (errno == EEXIST)
                 continue;

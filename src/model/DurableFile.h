@@ -30,6 +30,9 @@ StoreResult<QByteArray> read(const QString& path, qint64 maxBytes);
 StoreResult<QByteArray> readAt(int directory, const QByteArray& name, qint64 maxBytes,
                                const QString& shownPath);
 
+// Syncs an open folder after entries in it were added, renamed or removed.
+StoreResult<> syncFolder(int directory, const QString& shownPath);
+
 // Writes `bytes` to a new file named after `path` with ".damaged-<time>" and,
 // when taken, a counter; gives the path of the copy. Never replaces a file.
 StoreResult<QString> keepAside(const QString& path, const QByteArray& bytes);

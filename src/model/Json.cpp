@@ -21,13 +21,7 @@ QDateTime dateFromReferenceSeconds(double seconds) {
     return referenceDate.addMSecs(static_cast<qint64>(std::llround(seconds * 1000.0)));
 }
 
-namespace {
-
-// Parsing, copying and printing a value recurse once per level; a crafted
-// file nested thousands deep would end the process on its stack.
-constexpr int maxNesting = 128;
-
-bool nestsTooDeep(std::string_view bytes) {
+bool jsonNestsTooDeep(std::string_view bytes) {
     int depth = 0;
     bool inString = false;
     for (size_t i = 0; i < bytes.size(); ++i) {
@@ -40,7 +34,7 @@ bool nestsTooDeep(std::string_view bytes) {
         } else if (c == '"') {
             inString = true;
         } else if (c == '[' || c == '{') {
-            if (++depth > maxNesting)
+            if (++depth > jsonNestingLimit)
                 return true;
         } else if (c == ']' || c == '}') {
             --depth;
@@ -49,10 +43,8 @@ bool nestsTooDeep(std::string_view bytes) {
     return false;
 }
 
-} // namespace
-
 std::optional<Json> parseJson(std::string_view bytes) {
-    if (nestsTooDeep(bytes))
+    if (jsonNestsTooDeep(bytes))
         return std::nullopt;
     Json j = Json::parse(bytes.begin(), bytes.end(), nullptr, false);
     if (j.is_discarded())

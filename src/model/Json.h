@@ -55,6 +55,13 @@ QString uuidText(const QUuid& id);
 double referenceSeconds(const QDateTime& date);
 QDateTime dateFromReferenceSeconds(double seconds);
 
+// Parsing, copying and printing a value recurse once per level; a crafted
+// file nested thousands deep would end the process on its stack.
+inline constexpr int jsonNestingLimit = 128;
+// Whether arrays and objects in `bytes` nest deeper than jsonNestingLimit,
+// found without parsing.
+bool jsonNestsTooDeep(std::string_view bytes);
+
 // Parses bytes as JSON; none on any syntax error or nesting deeper than any
 // stored record needs.
 std::optional<Json> parseJson(std::string_view bytes);

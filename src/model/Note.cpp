@@ -1,6 +1,7 @@
 #include "Note.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <stdexcept>
 
@@ -324,16 +325,155 @@ void from_json(const Json& j, Note& n) {
     n.dismissedNameSuggestions = stringList(j, "dismissedNameSuggestions");
 }
 
-std::optional<Note> decodeNote(const QByteArray& bytes) {
-    const std::optional<Json> j = parseJson(bytes);
-    if (!j || !j->is_object())
+namespace {
+
+using Violation = std::optional<QString>;
+
+QString keyName(std::string_view key) {
+    return QString::fromLatin1(key.data(), static_cast<qsizetype>(key.size()));
+}
+
+// Compared as stored: a large integer read as a double could round into range.
+bool within(const Json& number, qint64 lowest, qint64 highest) {
+    if (number.is_number_unsigned())
+        return lowest <= 0 && number.get<std::uint64_t>() <= static_cast<std::uint64_t>(highest);
+    if (number.is_number_integer())
+        return number.get<std::int64_t>() >= lowest && number.get<std::int64_t>() <= highest;
+    return number.get<double>() >= static_cast<double>(lowest) &&
+           number.get<double>() <= static_cast<double>(highest);
+}
+
+// `where` names the value's place in the record ("sections[3]."), so the
+// sentence points at what is wrong.
+Violation timeViolation(const Json& object, std::string_view key, const QString& where) {
+    auto it = object.find(key);
+    if (it == object.end() || !it->is_number() || within(*it, 0, NoteLimits::longestMs))
         return std::nullopt;
+    const QString name = where + keyName(key);
+    const QString value = QString::fromStdString(it->dump());
+    const bool negative = it->is_number_float()
+                              ? it->get<double>() < 0
+                              : !it->is_number_unsigned() && it->get<std::int64_t>() < 0;
+    if (negative)
+        return u"Its %1 is %2 ms, before the note began."_s.arg(name, value);
+    return u"Its %1 is %2 ms, past the %3 hours a note can last."_s.arg(name, value)
+        .arg(NoteLimits::longestMs / 3'600'000);
+}
+
+Violation timesViolation(const Json& object, const QString& where,
+                         std::initializer_list<std::string_view> keys) {
+    for (std::string_view key : keys)
+        if (auto violation = timeViolation(object, key, where))
+            return violation;
+    return std::nullopt;
+}
+
+Violation countViolation(const Json& object, std::string_view key, const QString& where,
+                         qsizetype most) {
+    auto it = object.find(key);
+    if (it == object.end() || !it->is_structured() || static_cast<qsizetype>(it->size()) <= most)
+        return std::nullopt;
+    return u"Its %1 holds %2 entries, more than the %3 a note can have."_s.arg(where + keyName(key))
+        .arg(it->size())
+        .arg(most);
+}
+
+// The count of the list at `key`, then `check` on each of its objects.
+template <typename Check>
+Violation entriesViolation(const Json& object, std::string_view key, const QString& where,
+                           qsizetype most, const Check& check) {
+    if (auto violation = countViolation(object, key, where, most))
+        return violation;
+    auto it = object.find(key);
+    if (it == object.end() || !it->is_array())
+        return std::nullopt;
+    for (std::size_t i = 0; i < it->size(); ++i) {
+        const Json& entry = (*it)[i];
+        if (!entry.is_object())
+            continue;
+        if (auto violation = check(entry, u"%1%2[%3]."_s.arg(where, keyName(key)).arg(i)))
+            return violation;
+    }
+    return std::nullopt;
+}
+
+Violation rangeViolation(const Json& object, std::string_view key, const QString& where,
+                         qint64 lowest, qint64 highest) {
+    auto it = object.find(key);
+    if (it == object.end() || !it->is_number() || within(*it, lowest, highest))
+        return std::nullopt;
+    return u"Its %1 is %2, outside %3 to %4."_s
+        .arg(where + keyName(key), QString::fromStdString(it->dump()))
+        .arg(lowest)
+        .arg(highest);
+}
+
+Violation sectionViolation(const Json& section, const QString& where) {
+    if (auto violation = rangeViolation(section, "index", where, 0, NoteLimits::mostSections - 1))
+        return violation;
+    if (auto violation = timesViolation(section, where, {"startMs", "endMs"}))
+        return violation;
+    return entriesViolation(section, "words", where, NoteLimits::mostEntries,
+                            [](const Json& word, const QString& at) {
+                                return timesViolation(word, at, {"startMs", "endMs"});
+                            });
+}
+
+Violation turnViolation(const Json& turn, const QString& where) {
+    return timesViolation(turn, where, {"startMs", "endMs"});
+}
+
+Violation highlightViolation(const Json& highlight, const QString& where) {
+    return timesViolation(highlight, where, {"atMs"});
+}
+
+} // namespace
+
+std::optional<QString> noteLimitViolation(const Json& record) {
+    if (!record.is_object())
+        return std::nullopt;
+    const QString top;
+    if (auto violation = timesViolation(record, top, {"durationMs", "limitMs"}))
+        return violation;
+    if (auto violation = rangeViolation(record, "revision", top, 0, NoteLimits::highestRevision))
+        return violation;
+    if (auto violation =
+            entriesViolation(record, "sections", top, NoteLimits::mostSections, sectionViolation))
+        return violation;
+    for (std::string_view turns : {"turns", "originalTurns"})
+        if (auto violation =
+                entriesViolation(record, turns, top, NoteLimits::mostEntries, turnViolation))
+            return violation;
+    if (auto violation = entriesViolation(record, "highlights", top, NoteLimits::mostEntries,
+                                          highlightViolation))
+        return violation;
+    for (std::string_view list : {"summaryCache", "speakerNames", "dismissedNameSuggestions"})
+        if (auto violation = countViolation(record, list, top, NoteLimits::mostEntries))
+            return violation;
+    return std::nullopt;
+}
+
+StoreResult<Note> decodeNote(const QByteArray& bytes) {
+    const auto damaged = [](const QString& sentence) {
+        return std::unexpected(StoreError{StoreError::Kind::damaged, sentence});
+    };
+    const std::optional<Json> j = parseJson(bytes);
+    if (!j) {
+        if (jsonNestsTooDeep(std::string_view(bytes.constData(), std::size_t(bytes.size()))))
+            return damaged(u"Its record nests deeper than the %1 levels Parlevo reads."_s.arg(
+                jsonNestingLimit));
+        return damaged(u"Its record is not valid JSON."_s);
+    }
+    if (!j->is_object())
+        return damaged(u"Its record is not a JSON object."_s);
+    if (auto violation = noteLimitViolation(*j))
+        return damaged(*violation);
     try {
         return j->get<Note>();
     } catch (const nlohmann::json::exception&) {
-        return std::nullopt;
+        return damaged(u"Its record could not be decoded."_s);
     } catch (const std::invalid_argument&) {
-        return std::nullopt;
+        return damaged(u"Its record has no valid note identifier."_s);
     }
 }
 

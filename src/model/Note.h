@@ -5,6 +5,7 @@
 
 #include "Json.h"
 #include "RawValueEnum.h"
+#include "StoreError.h"
 #include "TranscriptionResult.h"
 
 #include <QByteArray>
@@ -134,8 +135,27 @@ void to_json(Json& j, const Note& n);
 // field falls back to its default.
 void from_json(const Json& j, Note& n);
 
-// None when the bytes are not JSON or hold no note id.
-std::optional<Note> decodeNote(const QByteArray& bytes);
+// What one stored note may hold. Assembling a note sizes its buffers from its
+// times, so a record past any of these is refused whole, with a sentence
+// naming the value, before anything is allocated from it.
+struct NoteLimits {
+    // Every time and length in a note, from its start; no recording lasts this long.
+    static constexpr qint64 longestMs = 72LL * 60 * 60 * 1000;
+    // Sections are cut every half minute or so: enough for the longest note.
+    static constexpr qsizetype mostSections = 10'000;
+    // Words of a section, turns, highlights and the other lists.
+    static constexpr qsizetype mostEntries = 1'000'000;
+    static constexpr qint64 highestRevision = qint64(1) << 53;
+    static constexpr qint64 largestRecordBytes = 64LL * 1024 * 1024;
+};
+
+// The sentence naming the first value of a note record past NoteLimits; none
+// when the record keeps within them.
+std::optional<QString> noteLimitViolation(const Json& record);
+
+// A note from its stored bytes. Damaged when they are not a JSON object with a
+// note id, or break NoteLimits; the error's sentence says what is wrong.
+StoreResult<Note> decodeNote(const QByteArray& bytes);
 QByteArray encodeNote(const Note& note);
 
 } // namespace quendra

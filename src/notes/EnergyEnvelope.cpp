@@ -1,6 +1,5 @@
 #include "EnergyEnvelope.h"
 
-#include <QFile>
 #include <QtEndian>
 
 #include <algorithm>
@@ -36,16 +35,6 @@ SectionLevels EnergyEnvelope::decode(const QByteArray& bytes) {
                                 65535.0f);
     }
     return levels;
-}
-
-std::expected<SectionLevels, QString> EnergyEnvelope::readFile(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return std::unexpected(file.errorString());
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return std::unexpected(file.errorString());
-    return decode(bytes);
 }
 
 } // namespace quendra

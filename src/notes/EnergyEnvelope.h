@@ -7,7 +7,6 @@
 #include <QString>
 
 #include <algorithm>
-#include <expected>
 #include <vector>
 
 namespace quendra {
@@ -36,10 +35,13 @@ struct EnergyEnvelope {
     void place(qint64 sectionStartMs, const std::vector<float>& sectionMicrophone,
                const std::vector<float>& sectionSystem);
 
+    // A section's file holds one record per frame of its half minute; no
+    // section lasts long enough to fill this.
+    static constexpr qint64 largestFileBytes = 4 * 1024 * 1024;
+
     // Levels are the stored values divided by 65535; a trailing partial record
     // (a file cut off by a crash) is ignored.
     static SectionLevels decode(const QByteArray& bytes);
-    static std::expected<SectionLevels, QString> readFile(const QString& path);
 };
 
 } // namespace quendra

@@ -20,9 +20,9 @@ std::optional<EnergyEnvelope> NoteAssembly::readEnvelope(const NotesStore& store
     std::ranges::stable_sort(sections, {}, &NoteSection::index);
     bool anyRead = false;
     for (const auto& section : sections) {
-        auto levels = EnergyEnvelope::readFile(store.sectionEnvelopePath(note.id, section.index));
-        if (levels) {
-            envelope.place(section.startMs, levels->microphone, levels->system);
+        if (const auto bytes = store.readSectionEnvelope(note.id, section.index)) {
+            const SectionLevels levels = EnergyEnvelope::decode(*bytes);
+            envelope.place(section.startMs, levels.microphone, levels.system);
             anyRead = true;
         } else {
             // A lost envelope must not lend the last frames read to the words
@@ -46,9 +46,9 @@ QList<NoteTurn> NoteAssembly::assemble(const Note& note,
 }
 
 std::expected<Note, NoteAssemblyError> NoteAssembly::run(NotesStore& store, const QUuid& id) {
-    const std::optional<Note> note = store.load(id);
+    const auto note = store.load(id);
     if (!note)
-        return std::unexpected(NoteAssemblyError{u"This note could not be found."_s});
+        return std::unexpected(NoteAssemblyError{note.error().message});
     const bool transcribed =
         std::ranges::all_of(note->sections, [](const NoteSection& s) { return s.done; });
     if (!transcribed)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <vector>
 
 namespace quendra {
 
@@ -25,22 +26,37 @@ float residual(float microphone, float system, float leak) {
     return std::max(0.0f, microphone - leak * system);
 }
 
+// Running sums of each source's squared level, so that a word's energy costs
+// the same however long the transcriber says it lasts.
+struct SquareSums {
+    std::vector<double> microphone{0.0};
+    std::vector<double> system{0.0};
+
+    SquareSums(const EnergyEnvelope& envelope, float leak) {
+        const std::size_t count = envelope.frameCount();
+        microphone.reserve(count + 1);
+        system.reserve(count + 1);
+        for (std::size_t i = 0; i < count; ++i) {
+            const float s = envelope.system[i];
+            const double m = residual(envelope.microphone[i], s, leak);
+            microphone.push_back(microphone.back() + m * m);
+            system.push_back(system.back() + double(s) * s);
+        }
+    }
+};
+
 std::optional<QStringView> wordLabel(const TimedWord& word, const EnergyEnvelope& envelope,
+                                     const SquareSums& sums,
                                      const SpeakerLabeler::Calibration& calibration) {
     const auto count = static_cast<qint64>(envelope.frameCount());
     const qint64 frameMs = envelope.frameMs;
     const qint64 first = std::clamp<qint64>(word.startMs / frameMs, 0, count - 1);
     const qint64 last =
         std::clamp<qint64>((std::max(word.endMs, word.startMs + 1) - 1) / frameMs, 0, count - 1);
-    double microphoneSquares = 0;
-    double systemSquares = 0;
-    for (qint64 i = first; i <= last; ++i) {
-        const auto index = static_cast<std::size_t>(i);
-        const float system = envelope.system[index];
-        const double m = residual(envelope.microphone[index], system, calibration.leak);
-        microphoneSquares += m * m;
-        systemSquares += double(system) * system;
-    }
+    const auto from = static_cast<std::size_t>(first);
+    const auto to = static_cast<std::size_t>(last) + 1;
+    const double microphoneSquares = std::max(0.0, sums.microphone[to] - sums.microphone[from]);
+    const double systemSquares = std::max(0.0, sums.system[to] - sums.system[from]);
     const double frames = static_cast<double>(last - first + 1);
     const auto m = static_cast<float>(std::sqrt(microphoneSquares / frames));
     const auto s = static_cast<float>(std::sqrt(systemSquares / frames));
@@ -122,8 +138,9 @@ QStringList SpeakerLabeler::label(const QList<TimedWord>& words, const EnergyEnv
     const auto count = words.size();
     std::vector<std::optional<QStringView>> labels(static_cast<std::size_t>(count));
     if (envelope.frameCount() > 0 && envelope.frameMs >= 1) {
+        const SquareSums sums(envelope, calibration.leak);
         for (qsizetype i = 0; i < count; ++i)
-            labels[static_cast<std::size_t>(i)] = wordLabel(words[i], envelope, calibration);
+            labels[static_cast<std::size_t>(i)] = wordLabel(words[i], envelope, sums, calibration);
     }
 
     // A short word between two words of the same speaker, with short pauses on

@@ -364,7 +364,7 @@ TEST_F(AudioLiveTest, SigkilledRecordingsRepairLosingAtMostOneSecond) {
     EXPECT_TRUE(speech::headerMatchesFile(path));
 
     ASSERT_TRUE(run(parlevo, {u"notes"_s, u"recover"_s}));
-    const QList<Note> notes = NotesStore().loadAll();
+    const QList<Note> notes = NotesStore().loadAll().notes;
     ASSERT_EQ(notes.size(), 1);
     EXPECT_EQ(notes[0].state, NoteState::interrupted);
     EXPECT_GE(notes[0].durationMs, noteMs - 1000);

@@ -86,7 +86,7 @@ TEST_F(RecordCommandTest, NoteWithoutASoundServerLeavesNoNote) {
         u"The microphone could not start. Check the input in System Settings, then try again."_s))
         << r.err.toStdString();
     EXPECT_TRUE(r.out.isEmpty());
-    EXPECT_TRUE(NotesStore().loadAll().isEmpty());
+    EXPECT_TRUE(NotesStore().loadAll().notes.isEmpty());
 }
 
 } // namespace

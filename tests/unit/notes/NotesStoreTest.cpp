@@ -54,11 +54,11 @@ quint32 le32(const QByteArray& bytes, int offset) {
 
 } // namespace
 
-TEST(NotesStore, createLoadAndListNewestFirstSkippingBrokenFolders) {
+TEST(NotesStore, createLoadAndListNewestFirstWithUnreadableNotesApart) {
     QTemporaryDir temp;
     NotesStore store(temp.filePath(u"deep/Notes"_s));
     EXPECT_FALSE(store.capturesReview());
-    EXPECT_TRUE(store.loadAll().isEmpty());
+    EXPECT_TRUE(store.loadAll().notes.isEmpty());
 
     const Note older = makeNote(1'000);
     Note newer = makeNote(5'000);
@@ -80,10 +80,21 @@ TEST(NotesStore, createLoadAndListNewestFirstSkippingBrokenFolders) {
     writeFile(root.filePath(u"garbage/note.json"_s), "{not json");
     root.mkdir(u"noid"_s);
     writeFile(root.filePath(u"noid/note.json"_s), R"({"title":"x"})");
-    const QList<Note> all = store.loadAll();
+    const QUuid broken = QUuid::createUuid();
+    root.mkdir(uuidText(broken));
+    writeFile(store.noteFilePath(broken), "{not json");
+    const NoteListing listing = store.loadAll();
+    const QList<Note>& all = listing.notes;
     ASSERT_EQ(all.size(), 2);
     EXPECT_EQ(all[0].id, newer.id);
     EXPECT_EQ(all[1].id, older.id);
+    ASSERT_EQ(listing.unreadable.size(), 1);
+    EXPECT_EQ(listing.unreadable[0].id, broken);
+    EXPECT_EQ(listing.unreadable[0].folder, store.noteDirectory(broken));
+    EXPECT_EQ(listing.unreadable[0].error.kind, StoreError::Kind::damaged);
+    EXPECT_EQ(store.load(broken).error().message, listing.unreadable[0].error.message);
+    EXPECT_EQ(store.load(QUuid::createUuid()).error().kind, StoreError::Kind::missing);
+    ASSERT_TRUE(store.remove(broken));
 
     EXPECT_EQ(store.sectionAudioPath(newer.id, 0), folder + u"/part-0.wav"_s);
     EXPECT_EQ(store.sectionEnvelopePath(newer.id, 12), folder + u"/part-12.env"_s);
@@ -92,7 +103,7 @@ TEST(NotesStore, createLoadAndListNewestFirstSkippingBrokenFolders) {
     ASSERT_TRUE(store.remove(older.id));
     EXPECT_FALSE(QFileInfo::exists(store.noteDirectory(older.id)));
     EXPECT_TRUE(store.remove(older.id));
-    EXPECT_EQ(store.loadAll().size(), 1);
+    EXPECT_EQ(store.loadAll().notes.size(), 1);
 }
 
 TEST(NotesStore, everyUpdateRaisesRevisionByOneAndKeepsTheId) {
@@ -179,6 +190,34 @@ TEST(NotesStore, removeAudioLeavesOnlyTheRecord) {
     EXPECT_FALSE(store.playbackPath(unexported));
 }
 
+TEST(NotesStore, removingNeverFollowsALinkOutOfTheNotesFolder) {
+    QTemporaryDir temp;
+    NotesStore store(temp.filePath(u"Notes"_s));
+    const Note note = makeNote(0, NoteState::ready);
+    ASSERT_TRUE(store.create(note));
+    QDir(temp.path()).mkpath(u"outside/inner"_s);
+    writeFile(temp.filePath(u"outside/kept.wav"_s), "kept");
+    writeFile(temp.filePath(u"outside/inner/kept.env"_s), "kept");
+    const QString folder = store.noteDirectory(note.id);
+    ASSERT_TRUE(QFile::link(temp.filePath(u"outside/kept.wav"_s), folder + u"/part-0.wav"_s));
+    ASSERT_TRUE(QFile::link(temp.filePath(u"outside/inner"_s), folder + u"/inner"_s));
+
+    ASSERT_TRUE(store.removeAudio(note.id));
+    EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot),
+              QStringList{u"note.json"_s});
+
+    const QUuid linked = QUuid::createUuid();
+    ASSERT_TRUE(QFile::link(temp.filePath(u"outside"_s), store.noteDirectory(linked)));
+    const auto refused = store.load(linked);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().kind, StoreError::Kind::refused);
+    ASSERT_TRUE(store.remove(linked));
+    ASSERT_TRUE(store.remove(note.id));
+    EXPECT_EQ(readFile(temp.filePath(u"outside/kept.wav"_s)), "kept");
+    EXPECT_EQ(readFile(temp.filePath(u"outside/inner/kept.env"_s)), "kept");
+    EXPECT_TRUE(QDir(store.root()).isEmpty(QDir::Dirs | QDir::System | QDir::NoDotAndDotDot));
+}
+
 TEST(NotesStore, recoverInterruptedRepairsSectionsOfRecordingNotesOnly) {
     QTemporaryDir temp;
     NotesStore store(temp.path());
@@ -199,7 +238,7 @@ TEST(NotesStore, recoverInterruptedRepairsSectionsOfRecordingNotesOnly) {
     wav.append(QByteArray(32'001, '\x01'));
     writeFile(store.sectionAudioPath(recording.id, 1), wav);
 
-    const QList<Note> recovered = store.recoverInterrupted();
+    const QList<Note> recovered = store.recoverInterrupted().recovered;
     ASSERT_EQ(recovered.size(), 1);
     const auto stored = store.load(recording.id);
     ASSERT_TRUE(stored);
@@ -216,7 +255,7 @@ TEST(NotesStore, recoverInterruptedRepairsSectionsOfRecordingNotesOnly) {
     EXPECT_EQ(le32(repaired, 40), 32'000u);
     EXPECT_EQ(le32(repaired, 4), 36u + 32'000u);
 
-    EXPECT_TRUE(store.recoverInterrupted().isEmpty());
+    EXPECT_TRUE(store.recoverInterrupted().recovered.isEmpty());
 }
 
 TEST(NotesStore, reviewCaptureSeesEachWriteButCannotFailIt) {

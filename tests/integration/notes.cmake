@@ -1,0 +1,10 @@
+# The notes commands on the real binary against note folders left damaged,
+# changed by many processes at once, holding links or FIFOs, or on a full disk.
+if(TARGET parlevo)
+    foreach(script concurrent_changes full_disk hostile_folders record_limits)
+        add_test(NAME integration.notes_${script}
+                 COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/notes/${script}.sh
+                         $<TARGET_FILE:parlevo> ${CMAKE_CURRENT_SOURCE_DIR}/fixtures/notes/unreadable)
+        set_tests_properties(integration.notes_${script} PROPERTIES LABELS integration TIMEOUT 300)
+    endforeach()
+endif()

@@ -5,6 +5,7 @@ if(TARGET parlevo)
         add_test(NAME integration.notes_${script}
                  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/notes/${script}.sh
                          $<TARGET_FILE:parlevo> ${CMAKE_CURRENT_SOURCE_DIR}/fixtures/notes/unreadable)
-        set_tests_properties(integration.notes_${script} PROPERTIES LABELS integration TIMEOUT 300)
+        set_tests_properties(integration.notes_${script} PROPERTIES LABELS integration TIMEOUT 300
+                             ENVIRONMENT PARLEVO_BUILD=${CMAKE_BINARY_DIR})
     endforeach()
 endif()

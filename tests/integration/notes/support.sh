@@ -6,6 +6,11 @@
 source "$(dirname "${BASH_SOURCE[0]}")/../../harness/common.sh"
 harness_home
 parlevo="$1"
+# The copy a user runs: installed from the build tree when the test is given one.
+if [ -n "${PARLEVO_BUILD:-}" ]; then
+    cmake --install "$PARLEVO_BUILD" --prefix "$harness_dir/prefix" >/dev/null
+    parlevo="$harness_dir/prefix/bin/parlevo"
+fi
 notes="$XDG_DATA_HOME/Quendra/Notes"
 mkdir -p -m 0700 "$XDG_DATA_HOME/Quendra" "$notes"
 

@@ -5,6 +5,7 @@
 #include <QFile>
 
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <thread>
@@ -15,6 +16,17 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
+namespace {
+
+// Each holder raises a count kept in the lock file, so that waiters can tell
+// a lock that changes hands from one that is kept.
+std::uint64_t holderCount(int fd) {
+    std::uint64_t count = 0;
+    return ::pread(fd, &count, sizeof count, 0) == sizeof count ? count : 0;
+}
+
+} // namespace
+
 StoreResult<FileLock> FileLock::acquire(const QString& lockPath, const QString& what,
                                         std::chrono::milliseconds timeout) {
     const int fd = ::open(QFile::encodeName(lockPath).constData(),
@@ -24,12 +36,19 @@ StoreResult<FileLock> FileLock::acquire(const QString& lockPath, const QString& 
         return std::unexpected(StoreError{StoreError::Kind::notSaved,
                                           DurableFile::failureSentence(true, lockPath, errno)});
     FileLock lock(fd);
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    auto deadline = std::chrono::steady_clock::now() + timeout;
     auto pause = std::chrono::milliseconds(1);
+    std::uint64_t lastHolder = holderCount(fd);
     while (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK && errno != EINTR)
             return std::unexpected(StoreError{
                 StoreError::Kind::notSaved, DurableFile::failureSentence(true, lockPath, errno)});
+        // The time-out is for one holder that keeps the lock, not for a queue
+        // of holders that each keep it briefly.
+        if (const std::uint64_t holder = holderCount(fd); holder != lastHolder) {
+            lastHolder = holder;
+            deadline = std::chrono::steady_clock::now() + timeout;
+        }
         if (std::chrono::steady_clock::now() >= deadline)
             return std::unexpected(StoreError{
                 StoreError::Kind::busy,
@@ -41,6 +60,8 @@ StoreResult<FileLock> FileLock::acquire(const QString& lockPath, const QString& 
         std::this_thread::sleep_for(pause);
         pause = std::min(pause * 2, std::chrono::milliseconds(20));
     }
+    const std::uint64_t next = holderCount(fd) + 1;
+    (void)::pwrite(fd, &next, sizeof next, 0); // a hint for waiters only
     return lock;
 }
 

@@ -93,7 +93,7 @@ int runHistoryCommand(const QStringList& arguments, QTextStream& out, QTextStrea
 int runNotesCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
 // "finish" reads its text from standard input, or from `input`.
 int runFinishCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
-int runFinishCommand(const QStringList& arguments, QTextStream& input, QTextStream& out,
+int runFinishCommand(const QStringList& arguments, QIODevice& input, QTextStream& out,
                      QTextStream& err);
 int runAccountCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
 int runRecordCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);

@@ -1,5 +1,9 @@
 #include "TranscriptionServiceError.h"
 
+#include "DictationIntelligence.h"
+
+#include <QLocale>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
@@ -17,6 +21,9 @@ QString TranscriptionServiceError::message() const {
         return u"That recording could not be read. Record it again."_s;
     case Kind::cancelled:
         return u"Cancelled."_s;
+    case Kind::textTooLong:
+        return u"That text is too long to finish; Parlevo finishes up to %1 characters at a time."_s
+            .arg(QLocale(QLocale::English).toString(DictationIntelligence::longestText));
     }
     return detail;
 }

@@ -15,6 +15,8 @@ struct TranscriptionServiceError {
         // carries its sentence.
         engine,
         cancelled,
+        // More text than the finishing pass takes at once.
+        textTooLong,
     };
     Kind kind = Kind::invalidResponse;
     QString detail;

@@ -108,7 +108,8 @@ int transcribe(Invocation& in) {
     if (request.model == DictationModel::hosted || request.model == DictationModel::largeV3 ||
         request.model == DictationModel::turbo) {
         cloud.emplace(defaults);
-        service.setEngine(DictationModel::hosted, std::make_shared<HostedEngine>(cloud->client));
+        service.setEngine(DictationModel::hosted, std::make_shared<HostedEngine>(
+                                                      cloud->client, HostedMessageContext::file));
         for (const DictationModel whisper : {DictationModel::largeV3, DictationModel::turbo})
             service.setEngine(whisper,
                               std::make_shared<GroqEngine>(whisper, cloud->groq(), intelligence));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Interruption.h"
+
 #include <QEventLoop>
 #include <QTimer>
 
@@ -12,7 +14,6 @@ namespace quendra {
 class RecordingLoop {
 public:
     RecordingLoop();
-    ~RecordingLoop();
     RecordingLoop(const RecordingLoop&) = delete;
     RecordingLoop& operator=(const RecordingLoop&) = delete;
 
@@ -23,6 +24,7 @@ public:
     bool interrupted() const;
 
 private:
+    Interruption interruption;
     QEventLoop loop;
     QTimer timer;
 };

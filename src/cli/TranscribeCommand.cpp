@@ -1,4 +1,5 @@
 #include "CommandSupport.h"
+#include "Interruption.h"
 
 #include "hosted/ConnectionStore.h"
 #include "hosted/GroqEngine.h"
@@ -64,36 +65,10 @@ struct CloudEngines {
     HostedClient client;
 };
 
-int transcribe(Invocation& in) {
-    const QString file = in.positionals()[0];
-    if (!QFileInfo(file).isFile())
-        return in.failure(u"There is no file at %1."_s.arg(file));
-
-    UserDefaults defaults;
-    AppDataStore store(defaults);
-    TranscriptionRequest request;
-    request.fileURL = QFileInfo(file).absoluteFilePath();
-    request.style = store.dictationStyle();
-    request.language = store.dictationLanguage();
-    request.model = store.dictationModel();
-    request.allowFallback = store.allowModelFallback();
-    request.dictionary = store.dictionaryEntries();
-    request.replyAssist = store.replyAssist();
-    int status = 0;
-    if (!enumOption(in, u"style"_s, u"a style"_s, request.style, &status) ||
-        !enumOption(in, u"language"_s, u"a language code"_s, request.language, &status) ||
-        !enumOption(in, u"model"_s, u"a model"_s, request.model, &status))
-        return status;
-    // A model named on the command line is the one wanted, not a suggestion.
-    if (!in.values(u"model"_s).isEmpty())
-        request.allowFallback = false;
-    request.onProgress = [&in](TranscriptionProgress progress) {
-        if (progress.totalParts > 1)
-            in.err << u"Part %1 of %2 transcribed.\n"_s.arg(progress.finishedParts)
-                          .arg(progress.totalParts)
-                   << Qt::flush;
-    };
-
+// The service with every engine, on one request; all of it is gone, parts in
+// flight included, when this returns.
+std::expected<TranscriptionResult, TranscriptionServiceError>
+runService(const TranscriptionRequest& request, const UserDefaults& defaults) {
     SerialQueue workerQueue(LocalQwen::queueLabel);
     const QwenInstaller installer(applicationDataDirectory());
     LocalWorker qwenWorker(workerQueue,
@@ -121,12 +96,60 @@ int transcribe(Invocation& in) {
                       std::make_shared<LocalEngine>(offlineWorker, OfflineSpeech::sentences(),
                                                     OfflineSpeech::availability()));
 
-    auto result = QCoro::waitFor(service.transcribe(request));
-    if (!result)
-        return in.failure(result.error().message());
+    return QCoro::waitFor(service.transcribe(request));
+}
+
+int transcribe(Invocation& in) {
+    const QString file = in.positionals()[0];
+    const QFileInfo info(file);
+    if (!info.exists())
+        return in.failure(u"There is no file at %1."_s.arg(file));
+    if (info.isDir())
+        return in.failure(u"%1 is a folder; name a recording file."_s.arg(file));
+    // A pipe or a device has no end to cut parts up to.
+    if (!info.isFile())
+        return in.failure(u"%1 is not a saved file; name a recording file."_s.arg(file));
+
+    UserDefaults defaults;
+    AppDataStore store(defaults);
+    TranscriptionRequest request;
+    request.fileURL = info.absoluteFilePath();
+    request.style = store.dictationStyle();
+    request.language = store.dictationLanguage();
+    request.model = store.dictationModel();
+    request.allowFallback = store.allowModelFallback();
+    request.dictionary = store.dictionaryEntries();
+    request.replyAssist = store.replyAssist();
+    int status = 0;
+    if (!enumOption(in, u"style"_s, u"a style"_s, request.style, &status) ||
+        !enumOption(in, u"language"_s, u"a language code"_s, request.language, &status) ||
+        !enumOption(in, u"model"_s, u"a model"_s, request.model, &status))
+        return status;
+    // A model named on the command line is the one wanted, not a suggestion.
+    if (!in.values(u"model"_s).isEmpty())
+        request.allowFallback = false;
+    request.onProgress = [&in](TranscriptionProgress progress) {
+        if (progress.totalParts > 1)
+            in.err << u"Part %1 of %2 transcribed.\n"_s.arg(progress.finishedParts)
+                          .arg(progress.totalParts)
+                   << Qt::flush;
+    };
+
+    // Ctrl+C and SIGTERM cancel the transcription instead of ending the
+    // process, so that its parts are removed on the way out.
+    Interruption interruption;
+    interruption.onInterrupt = [cancel = request.cancel] { cancel->cancel(); };
+    auto result = runService(request, defaults);
     // A file named here is not a kept recording: its part cache only serves a
     // retry after a failure, and is not left beside the user's file.
-    QFile::remove(PartCache::pathFor(request.fileURL));
+    if (result || interruption.requested())
+        QFile::remove(PartCache::pathFor(request.fileURL));
+    if (interruption.requested()) {
+        in.err << u"The transcription was interrupted."_s << Qt::endl;
+        return interruption.exitStatus();
+    }
+    if (!result)
+        return in.failure(result.error().message());
     result->transcript = store.expandSnippet(result->transcript);
     if (result->fallbackUsed)
         in.err << u"parlevo: %1 was used instead.\n"_s.arg(title(result->model)) << Qt::flush;

@@ -152,6 +152,26 @@ TEST_F(LocalWorkerTest, ConvertedAudioMustStayUnderTwentyMinutesAndOneSecond) {
               WorkerFailure::recordingTooLarge);
 }
 
+TEST_F(LocalWorkerTest, ACancelledRequestEndsItsAnswerAndQueuedOnesNeverStart) {
+    LocalWorker worker(queue, standIn());
+    const QString audio = wave(32'000);
+    const Cancellation cancel = std::make_shared<CancellationFlag>();
+    auto unanswered = worker.transcribe(audio, u"silent"_s, cancel);
+    auto queued = worker.transcribe(audio, u"en"_s, cancel);
+    auto other = worker.transcribe(audio, u"en"_s);
+    ASSERT_TRUE(processEventsUntil([&] { return logLines().contains(u"waiting"_s); }, 30'000));
+    cancel->cancel();
+    EXPECT_EQ(run(std::move(unanswered)).error(), WorkerFailure::stopped);
+    EXPECT_EQ(run(std::move(queued)).error(), WorkerFailure::stopped);
+    // A request nobody cancelled is answered by a new worker.
+    EXPECT_EQ(run(std::move(other)), u"heard 16000 samples"_s);
+    EXPECT_EQ(starts(), 2);
+    EXPECT_TRUE(QDir(QDir::tempPath()).entryList({u"quendra-local-*"_s}, QDir::Files).isEmpty());
+    // Already cancelled: nothing is started for it.
+    EXPECT_EQ(ask(worker, audio).value_or(QString()), u"heard 16000 samples"_s);
+    EXPECT_EQ(run(worker.transcribe(audio, u"en"_s, cancel)).error(), WorkerFailure::stopped);
+}
+
 TEST_F(LocalWorkerTest, QwenFailuresAreToldInItsSentences) {
     LocalWorker crashing(queue, standIn(u"crash"_s));
     LocalEngine stopped(crashing, LocalQwen::sentences(), {});

@@ -22,6 +22,7 @@ bool hasDisplay() {
 } // namespace
 
 int main(int argc, char** argv) {
+    const auto decoded = quendra::decodeArguments(argc, argv);
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
@@ -36,7 +37,11 @@ int main(int argc, char** argv) {
             app = std::make_unique<QCoreApplication>(argc, argv);
         QTextStream out(stdout);
         QTextStream err(stderr);
-        return quendra::runCommandLine(arguments.mid(1), out, err);
+        if (!decoded) {
+            err << decoded.error() << Qt::endl;
+            return int(quendra::ExitStatus::usage);
+        }
+        return quendra::runCommandLine(decoded->mid(1), out, err);
     }
     if (!hasDisplay()) {
         QTextStream(stderr) << u"Parlevo needs a graphical display to start, and none was found; "

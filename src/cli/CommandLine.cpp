@@ -3,6 +3,7 @@
 #include "CommandSupport.h"
 
 #include <QHash>
+#include <QStringDecoder>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -46,6 +47,19 @@ GroupRunner groupRunner(const QString& name) {
 }
 
 } // namespace
+
+std::expected<QStringList, QString> decodeArguments(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+        arguments << decoder.decode(QByteArrayView(argv[i]));
+        if (decoder.hasError())
+            return std::unexpected(
+                u"parlevo: “%1” is not UTF-8 text; Parlevo takes file names and text in UTF-8 "
+                "only."_s.arg(arguments.last()));
+    }
+    return arguments;
+}
 
 bool wantsCommandLine(const QStringList& arguments) {
     for (qsizetype i = 1; i < arguments.size(); ++i)

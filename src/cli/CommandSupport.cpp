@@ -5,6 +5,8 @@
 #include <QDateTime>
 #include <QRegularExpression>
 
+#include <cmath>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
@@ -101,6 +103,15 @@ std::pair<IdLookup, QUuid> findIdentifier(const QString& text, const QList<QUuid
     if (hits.size() == 1)
         return {IdLookup::found, hits.first()};
     return {hits.isEmpty() ? IdLookup::missing : IdLookup::ambiguous, {}};
+}
+
+std::optional<double> parseSeconds(const QString& text) {
+    constexpr double week = 7 * 24 * 3600;
+    bool ok = false;
+    const double seconds = text.toDouble(&ok);
+    if (!ok || !std::isfinite(seconds) || seconds < 0 || seconds > week)
+        return std::nullopt;
+    return seconds;
 }
 
 QString displayDate(const QDateTime& date) {

@@ -84,6 +84,10 @@ bool enumOption(Invocation& in, const QString& option, const QString& what, E& v
     return true;
 }
 
+// A number of seconds as an option gives it: finite, not negative and at most
+// a week, so that it fits every timer it is turned into. None otherwise.
+std::optional<double> parseSeconds(const QString& text);
+
 QString displayDate(const QDateTime& date);
 QString oneLine(const QString& text, qsizetype maxCharacters);
 

@@ -1,0 +1,8 @@
+# The command line against input it cannot take and disks that take no more.
+if(TARGET parlevo AND TARGET parlevo-sphinx-worker)
+    add_test(NAME integration.cli_bad_input
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/cli_bad_input.sh
+                     $<TARGET_FILE:parlevo>)
+    set_tests_properties(integration.cli_bad_input PROPERTIES LABELS integration TIMEOUT 300)
+
+endif()

@@ -20,6 +20,8 @@ TranscriptionServiceError LocalEngine::error(WorkerFailure failure) const {
         return {Kind::recordingTooLarge, {}};
     case WorkerFailure::unsupportedRecording:
         return {Kind::unsupportedRecording, {}};
+    case WorkerFailure::cannotWriteCopy:
+        return TranscriptionServiceError::temporaryFilesUnwritable();
     case WorkerFailure::couldNotFinish:
         return TranscriptionServiceError::engine(sentences.couldNotFinish);
     case WorkerFailure::stopped:

@@ -174,21 +174,26 @@ std::expected<QString, WorkerFailure> convert(const QString& path) {
             .filePath(u"quendra-local-"_s + QUuid::createUuid().toString(QUuid::WithoutBraces) +
                       u".wav"_s);
     auto writer = WaveFileWriter::create(converted);
-    if (!writer)
-        return std::unexpected(WorkerFailure::unsupportedRecording);
+    if (!writer) {
+        QFile::remove(converted);
+        return std::unexpected(WorkerFailure::cannotWriteCopy);
+    }
     bool tooLarge = false;
+    bool unwritten = false;
     const auto decoded = AudioDecoder::decode(path, [&](std::span<const qint16> block) {
         if (writer->dataBytes() + qint64(block.size_bytes()) > LocalWorker::largestConvertedBytes) {
             tooLarge = true;
             return false;
         }
-        return bool(writer->write(block));
+        unwritten = !writer->write(block);
+        return !unwritten;
     });
-    const bool closed = bool(writer->close());
-    if (!decoded || !closed) {
+    unwritten = unwritten || !writer->close();
+    if (!decoded || unwritten) {
         QFile::remove(converted);
-        return std::unexpected(tooLarge ? WorkerFailure::recordingTooLarge
-                                        : WorkerFailure::unsupportedRecording);
+        return std::unexpected(tooLarge    ? WorkerFailure::recordingTooLarge
+                               : unwritten ? WorkerFailure::cannotWriteCopy
+                                           : WorkerFailure::unsupportedRecording);
     }
     return converted;
 }

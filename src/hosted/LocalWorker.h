@@ -25,6 +25,7 @@ struct WorkerCommand {
 enum class WorkerFailure {
     recordingTooLarge,    // more than 20 minutes once converted
     unsupportedRecording, // the audio could not be read
+    cannotWriteCopy,      // the temporary folder took no converted copy
     couldNotFinish,       // an error reply, or a line that is not a reply
     stopped,              // the worker ended or closed its output before replying
 };

@@ -17,6 +17,8 @@ struct TranscriptionServiceError {
         cancelled,
         // More text than the finishing pass takes at once.
         textTooLong,
+        // The temporary folder (`detail`) took no part or copy of the recording.
+        temporaryFilesUnwritable,
     };
     Kind kind = Kind::invalidResponse;
     QString detail;
@@ -29,6 +31,8 @@ struct TranscriptionServiceError {
     static TranscriptionServiceError engine(QString sentence) {
         return {Kind::engine, std::move(sentence)};
     }
+    // Names the temporary folder as it is now.
+    static TranscriptionServiceError temporaryFilesUnwritable();
 
     friend bool operator==(const TranscriptionServiceError&,
                            const TranscriptionServiceError&) = default;

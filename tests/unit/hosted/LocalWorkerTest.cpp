@@ -3,6 +3,7 @@
 #include "audio/AacEncoder.h"
 #include "hosted/LocalQwen.h"
 
+#include "support/CrampedFolder.h"
 #include "support/PrivateTemporaryFolder.h"
 #include "support/TestSupport.h"
 
@@ -170,6 +171,23 @@ TEST_F(LocalWorkerTest, ACancelledRequestEndsItsAnswerAndQueuedOnesNeverStart) {
     // Already cancelled: nothing is started for it.
     EXPECT_EQ(ask(worker, audio).value_or(QString()), u"heard 16000 samples"_s);
     EXPECT_EQ(run(worker.transcribe(audio, u"en"_s, cancel)).error(), WorkerFailure::stopped);
+}
+
+TEST_F(LocalWorkerTest, AFolderThatTakesNoCopyIsNotAnUnreadableRecording) {
+    LocalWorker worker(queue, standIn());
+    LocalEngine engine(worker, OfflineSpeech::sentences(), {});
+    EngineRequest request{AudioPart{wave(32'000), 0, 1000}, {}, {}};
+    request.context.language = DictationLanguage::english;
+    const QString cramped = crampedFolder(temporary.path());
+    qputenv("TMPDIR", cramped.toLocal8Bit());
+    EXPECT_EQ(ask(worker, request.part.path).error(), WorkerFailure::cannotWriteCopy);
+    const auto failed = run(engine.transcribe(request));
+    qputenv("TMPDIR", temporary.path().toLocal8Bit());
+    ASSERT_FALSE(failed);
+    EXPECT_EQ(failed.error().kind, TranscriptionServiceError::Kind::temporaryFilesUnwritable);
+    EXPECT_TRUE(failed.error().message().contains(cramped))
+        << failed.error().message().toStdString();
+    EXPECT_EQ(starts(), 0);
 }
 
 TEST_F(LocalWorkerTest, QwenFailuresAreToldInItsSentences) {

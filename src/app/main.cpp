@@ -41,7 +41,8 @@ int main(int argc, char** argv) {
             err << decoded.error() << Qt::endl;
             return int(quendra::ExitStatus::usage);
         }
-        return quendra::runCommandLine(decoded->mid(1), out, err);
+        const int status = quendra::runCommandLine(decoded->mid(1), out, err);
+        return quendra::finishOutput(status, out, err);
     }
     if (!hasDisplay()) {
         QTextStream(stderr) << u"Parlevo needs a graphical display to start, and none was found; "

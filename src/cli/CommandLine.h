@@ -28,4 +28,9 @@ bool commandNeedsDisplay(const QStringList& arguments);
 // the same defaults database and data folder the application uses.
 int runCommandLine(const QStringList& arguments, QTextStream& out, QTextStream& err);
 
+// The status the process ends with once `out`, which writes to standard
+// output, is flushed: output that did not reach its file (a full disk, a
+// closed pipe) turns a success into a failure with its sentence.
+int finishOutput(int status, QTextStream& out, QTextStream& err);
+
 } // namespace quendra

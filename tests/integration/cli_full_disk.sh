@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Writes that do not reach the disk are failures with one sentence, never a
 # success: "parlevo record" into a full disk, a read-only folder and a disk
-# that fills while it records; "parlevo transcribe" when the temporary folder
-# takes no part or copy of the recording. Small file systems of their own, in
+# that fills while it records; any command's output to a full disk;
+# "parlevo transcribe" when the temporary folder takes no part or copy of
+# the recording. Small file systems of their own, in
 # a private mount namespace.
 # Usage: cli_full_disk.sh PARLEVO
 set -euo pipefail
@@ -40,6 +41,17 @@ smalldisk_fill "$harness_dir/full"
 failed "record into a full disk" record "$harness_dir/full/take.wav" --seconds 1
 grep -q "No space left" "$harness_dir/err" || fail "the full disk is not named: $(cat "$harness_dir/err")"
 [ ! -e "$harness_dir/full/take.wav" ] || fail "an empty take.wav was left on the full disk"
+
+# Standard output on the full disk: the text never arrives, so no command succeeds.
+for command in "finish --style clean" "transcribe $clips/sense_and_sensibility_01_austen_64kb-0870.wav --model pocketsphinx-en-us" "--help"; do
+    status=0
+    echo "um we ship on friday" | timeout 120 "$parlevo" $command \
+        >"$harness_dir/full/out.txt" 2>"$harness_dir/err" || status=$?
+    echo "$command > full disk: status $status: $(cat "$harness_dir/err")"
+    [ "$status" -eq 1 ] || fail "$command > full disk: status $status"
+    grep -q "output could not be written (No space left on device)" "$harness_dir/err" ||
+        fail "$command > full disk: $(cat "$harness_dir/err")"
+done
 
 disk "$harness_dir/readonly" 64
 mount -o remount,ro "$harness_dir/readonly"

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <iterator>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -14,8 +15,8 @@ namespace {
 std::atomic<int> caughtSignal = 0;
 std::atomic<int> wakeWrite = -1;
 int wakeRead = -1;
-struct sigaction previousInterrupt {};
-struct sigaction previousTerminate {};
+constexpr int signals[] = {SIGINT, SIGTERM, SIGHUP};
+struct sigaction previous[std::size(signals)]{};
 
 void caught(int signal) {
     const int savedErrno = errno;
@@ -50,15 +51,15 @@ Interruption::Interruption() {
     sigemptyset(&action.sa_mask);
     // Reads and waits in progress go on; the event loop acts on the signal.
     action.sa_flags = SA_RESTART;
-    sigaction(SIGINT, &action, &previousInterrupt);
-    sigaction(SIGTERM, &action, &previousTerminate);
+    for (size_t i = 0; i < std::size(signals); ++i)
+        sigaction(signals[i], &action, &previous[i]);
 }
 
 Interruption::~Interruption() {
     if (!notifier)
         return;
-    sigaction(SIGINT, &previousInterrupt, nullptr);
-    sigaction(SIGTERM, &previousTerminate, nullptr);
+    for (size_t i = 0; i < std::size(signals); ++i)
+        sigaction(signals[i], &previous[i], nullptr);
     notifier.reset();
     close(wakeRead);
     close(wakeWrite.exchange(-1));

@@ -7,9 +7,10 @@
 
 namespace quendra {
 
-// Ctrl+C (SIGINT) and SIGTERM for a command that has something to stop or
-// clean up first: while an Interruption exists the signals no longer end the
-// process; the event loop hears of them and calls `onInterrupt`. The handler
+// Ctrl+C (SIGINT), SIGTERM and a closed terminal (SIGHUP) for a command that
+// has something to stop or clean up first: while an Interruption exists the
+// signals no longer end the process; the event loop hears of them and calls
+// `onInterrupt`. The handler
 // only writes to a pipe, the one thing a signal handler may safely do. One at
 // a time; main thread only.
 class Interruption {

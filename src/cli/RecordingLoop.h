@@ -10,7 +10,7 @@
 namespace quendra {
 
 // Runs the event loop of a command-line recording until `finish` is called,
-// or Ctrl+C (or SIGTERM) asks for a clean stop. `tick` runs every 50 ms.
+// or Ctrl+C (or SIGTERM, or a closed terminal) asks for a clean stop. `tick` runs every 50 ms.
 class RecordingLoop {
 public:
     RecordingLoop();

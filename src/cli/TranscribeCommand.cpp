@@ -135,8 +135,8 @@ int transcribe(Invocation& in) {
                    << Qt::flush;
     };
 
-    // Ctrl+C and SIGTERM cancel the transcription instead of ending the
-    // process, so that its parts are removed on the way out.
+    // Ctrl+C, SIGTERM and a closed terminal cancel the transcription instead
+    // of ending the process, so that its parts are removed on the way out.
     Interruption interruption;
     interruption.onInterrupt = [cancel = request.cancel] { cancel->cancel(); };
     auto result = runService(request, defaults);

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Ctrl+C (SIGINT) and SIGTERM during "parlevo transcribe" of a 25-minute
+# Ctrl+C (SIGINT), SIGTERM and SIGHUP during "parlevo transcribe" of a 25-minute
 # recording with the offline engine: the command says it was interrupted,
 # ends with the signal's status, and leaves no part, converted copy or part
 # cache behind, nor a worker running.
@@ -58,4 +58,6 @@ interrupt() {
 
 interrupt INT 130 parts
 interrupt TERM 143 transcribed_one
+# The terminal it ran in was closed.
+interrupt HUP 129 parts
 exit "$failures"

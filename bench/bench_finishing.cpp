@@ -1,7 +1,9 @@
 // The local finishing pass on a 2,000-word dictation: fillers, stutters,
 // 50 Words with spoken forms, names in the field's context. Also the check
-// of a model's answer of the same length, and the cost of the first call,
-// which builds the script engine.
+// of a model's answer of the same length, the cost of the first call, which
+// builds the script engine, and dictations of a quarter of an hour to two
+// hours (10,000 words is an hour of speech), whose times should grow in
+// proportion to their length.
 
 #include "hosted/DictationIntelligence.h"
 
@@ -18,8 +20,9 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int wordCount = 2'000;
+constexpr int oneHourWords = 10'000;
 
-QString dictation() {
+QString dictation(int words = wordCount) {
     const QStringList plain =
         (u"we should ship the release on friday and then review the numbers with the team "
          "because the customers asked for a faster sync and fewer crashes on older laptops "
@@ -33,16 +36,16 @@ QString dictation() {
     std::uniform_int_distribution<int> pickPlain(0, int(plain.size()) - 1);
     std::uniform_int_distribution<int> pickExtra(0, int(extras.size()) - 1);
     std::uniform_int_distribution<int> percent(0, 99);
-    QStringList words;
-    while (words.size() < wordCount) {
+    QStringList said;
+    while (said.size() < words) {
         if (percent(random) < 12)
-            words << extras[pickExtra(random)];
+            said << extras[pickExtra(random)];
         else
-            words << plain[pickPlain(random)];
+            said << plain[pickPlain(random)];
         if (percent(random) < 6)
-            words.last() += u'.';
+            said.last() += u'.';
     }
-    return words.join(u' ');
+    return said.join(u' ');
 }
 
 FinishingContext context(DictationStyle style) {
@@ -79,6 +82,49 @@ BENCHMARK(finishTwoThousandWords)
     ->Arg(int(DictationStyle::exact))
     ->Arg(int(DictationStyle::clean))
     ->Arg(int(DictationStyle::polished))
+    ->Unit(benchmark::kMillisecond);
+
+// Clean style, words as the argument.
+void finishDictationOfLength(benchmark::State& state) {
+    ensureCoreApplication();
+    DictationIntelligence intelligence;
+    const int words = int(state.range(0));
+    const QString raw = dictation(words);
+    const FinishingContext c = context(DictationStyle::clean);
+    if (!intelligence.finish(raw, c)) {
+        state.SkipWithError("the finishing scripts are unavailable or the text is too long");
+        return;
+    }
+    for (auto _ : state)
+        benchmark::DoNotOptimize(intelligence.finish(raw, c));
+    state.SetComplexityN(words);
+    state.counters["words/s"] =
+        benchmark::Counter(double(words), benchmark::Counter::kIsIterationInvariantRate);
+}
+BENCHMARK(finishDictationOfLength)
+    ->Arg(oneHourWords / 4)
+    ->Arg(oneHourWords / 2)
+    ->Arg(oneHourWords)
+    ->Arg(oneHourWords * 2)
+    ->Complexity(benchmark::oN)
+    ->Unit(benchmark::kMillisecond);
+
+// A one-hour dictation in each style.
+void finishOneHourDictation(benchmark::State& state) {
+    ensureCoreApplication();
+    DictationIntelligence intelligence;
+    const QString raw = dictation(oneHourWords);
+    const FinishingContext c = context(DictationStyle(state.range(0)));
+    if (!intelligence.finish(raw, c)) {
+        state.SkipWithError("the finishing scripts are unavailable or the text is too long");
+        return;
+    }
+    for (auto _ : state)
+        benchmark::DoNotOptimize(intelligence.finish(raw, c));
+    state.SetLabel(rawValue(c.style).toString().toStdString());
+}
+BENCHMARK(finishOneHourDictation)
+    ->DenseRange(0, int(allCases<DictationStyle>().size()) - 1)
     ->Unit(benchmark::kMillisecond);
 
 void checkCandidateOfTwoThousandWords(benchmark::State& state) {

@@ -3,7 +3,10 @@
 // returns plain values; none keeps state between calls.
 //
 // The engine that runs this has no \p{...} classes, no look-behind and no
-// "s" flag, so word characters are spelled out as ranges below.
+// "s" flag, so word characters are spelled out as ranges below. Its patterns
+// backtrack, and a text may be an hour of speech: no pattern here may start
+// over at every character of a long run (as "x+$" does), so that every pass
+// stays linear in the length of the text.
 
 "use strict";
 
@@ -14,7 +17,8 @@ var WORD_CHARS =
     "\\u0620-\\u064A\\u064B-\\u065F\\u0660-\\u0669\\u066E-\\u06D3\\u06D5-\\u06FF" +
     "\\u0900-\\u0963\\u0966-\\u097F\\u0E01-\\u0E5B\\u1100-\\u11FF\\u1E00-\\u1EFF" +
     "\\u3040-\\u30FF\\u3130-\\u318F\\u3400-\\u4DBF\\u4E00-\\u9FFF\\uAC00-\\uD7AF";
-var TOKEN_PARTS = new RegExp("^([^" + WORD_CHARS + "]*)(.*?)([^" + WORD_CHARS + "]*)$");
+var LEADING_MARKS = new RegExp("^[^" + WORD_CHARS + "]*");
+var LAST_WORD_CHARACTER = new RegExp("[" + WORD_CHARS + "][^" + WORD_CHARS + "]*$");
 var UPPER_START = /^[A-Z\u00C0-\u00D6\u00D8-\u00DE\u0391-\u03A9\u0400-\u042F]/;
 
 // Lookup tables without a prototype, so that a word such as "constructor"
@@ -57,17 +61,30 @@ function escapeRegExp(text) {
 }
 
 // A token is one blank-separated piece: leading punctuation, the word, and
-// trailing punctuation ("(well," → "(", "well", ",").
+// trailing punctuation ("(well," → "(", "well", ","). The word ends at its
+// last letter, found from a letter so that a long run of marks inside a
+// token is read once rather than once per position.
 function splitToken(token) {
-    var m = TOKEN_PARTS.exec(token);
-    if (!m || m[2] === "")
+    var lead = LEADING_MARKS.exec(token)[0];
+    if (lead.length === token.length)
         return { lead: token, core: "", trail: "" };
-    return { lead: m[1], core: m[2], trail: m[3] };
+    var end = LAST_WORD_CHARACTER.exec(token).index + 1;
+    return { lead: lead, core: token.slice(lead.length, end), trail: token.slice(end) };
+}
+
+// The text without the characters at its end that `oneCharacter` matches. A
+// pattern anchored at the end would start over at every character of a long
+// run inside the text.
+function withoutTrailing(text, oneCharacter) {
+    var end = text.length;
+    while (end > 0 && oneCharacter.test(text.charAt(end - 1)))
+        --end;
+    return text.slice(0, end);
 }
 
 // String.replace with a function is slow in this engine (a call per match
-// costs microseconds); this loop calls `change` the same way but copies
-// unchanged text in slices.
+// costs microseconds); this loop calls `change` with the match and its groups
+// but copies unchanged text in slices.
 function replaceEach(text, globalPattern, change) {
     var out = "";
     var last = 0;
@@ -78,7 +95,7 @@ function replaceEach(text, globalPattern, change) {
             globalPattern.lastIndex++;
             continue;
         }
-        var replacement = change(m[0]);
+        var replacement = change(m[0], m);
         if (replacement !== m[0]) {
             out += text.slice(last, m.index) + replacement;
             last = m.index + m[0].length;
@@ -104,14 +121,15 @@ var ARTEFACTS = [
 function prepareSpokenText(text, options) {
     var s = asText(text).normalize("NFC");
     s = s.replace(/\r\n?/g, "\n").replace(/[\u2028\u2029]/g, "\n");
-    s = s.replace(/[\u00A0\u2000-\u200A\u202F\u205F\u3000\t\f\v]/g, " ");
+    s = s.replace(/[\u00A0\u1680\u2000-\u200A\u202F\u205F\u3000\t\f\v]/g, " ");
     // Zero-width joiners stay: Indic and Persian words and emoji need them.
     s = s.replace(/[\u200B\uFEFF]/g, "");
     for (var i = 0; i < ARTEFACTS.length; ++i)
         s = s.replace(ARTEFACTS[i], " ");
-    s = s.replace(/ *\n */g, "\n").replace(/\n{3,}/g, "\n\n");
+    // Runs of spaces go first, so that no pattern looks along a long run.
     s = s.replace(/ {2,}/g, " ");
-    return s.replace(/^\s+|\s+$/g, "");
+    s = s.replace(/ ?\n ?/g, "\n").replace(/\n{3,}/g, "\n\n");
+    return s.trim();
 }
 
 // ---------------------------------------------------------------------------
@@ -187,7 +205,7 @@ function isDoubledStutter(previous, current) {
 
 function removeInWordStutter(core) {
     // "b-b-but" → "but"; only one-letter fragments, so "re-read" stays.
-    if (!/^(?:[^\s-]-)+.+$/.test(core))
+    if (!/^[^\s-]-./.test(core))
         return core;
     var fragments = core.split("-");
     var last = fragments[fragments.length - 1];
@@ -222,7 +240,7 @@ function cleanSpeechDisfluencies(text, options) {
                                  "(?=[\\s、。，,！？!?…]|$)[、，,…]*\\s*", "g");
         result = result.replace(pattern, "$1");
     }
-    return result.replace(/ {2,}/g, " ").replace(/^\s+|\s+$/g, "");
+    return result.replace(/ {2,}/g, " ").trim();
 }
 
 // A comma or semicolon glued to the next word ("uh,thank") separates words.
@@ -269,7 +287,7 @@ function carryPunctuation(dropped, previous, next, tokens, index) {
         previous.trail = previous.trail.slice(0, -1);
     var end = /[.!?…。！？]+/.exec(dropped.trail);
     if (end && previous) {
-        previous.trail = previous.trail.replace(/[,;:\-\u2013\u2014]+$/, "");
+        previous.trail = withoutTrailing(previous.trail, /[,;:\-\u2013\u2014]/);
         if (!endsSentence(previous.trail))
             previous.trail += end[0];
     }
@@ -313,7 +331,7 @@ function applyPreferredSpellings(text, dictionary) {
     var spellingOf = table();
     var forms = [];
     entries.forEach(function (entry) {
-        var spelling = asText(entry.spelling).replace(/^\s+|\s+$/g, "");
+        var spelling = asText(entry.spelling).trim();
         var heard = Array.isArray(entry.spokenForms) ? entry.spokenForms : [];
         [spelling].concat(heard).forEach(function (form) {
             var key = formKey(form);
@@ -368,31 +386,43 @@ function namesInContext(options) {
     return names;
 }
 
-// Edit distance with transpositions, stopping early past `limit`.
+// Edit distance with transpositions, or limit + 1 once it is past `limit`.
+// A cell further than `limit` from the diagonal is past it too, so each row
+// keeps only the band around the diagonal: two long words cost their length
+// times the limit, not the product of their lengths.
 function editDistance(a, b, limit) {
     if (Math.abs(a.length - b.length) > limit)
         return limit + 1;
-    var rows = [];
-    for (var i = 0; i <= a.length; ++i) {
-        rows.push([i]);
-        for (var j = 1; j <= b.length; ++j)
-            rows[i].push(i === 0 ? j : 0);
+    var past = limit + 1;
+    var rows = [[], [], []]; // rows i - 2, i - 1 and i, by i modulo 3
+    function at(i, j) {
+        if (i < 0 || j < 0 || j > b.length || Math.abs(i - j) > limit)
+            return past;
+        return rows[i % 3][j - i + limit];
     }
-    for (i = 1; i <= a.length; ++i) {
-        var best = limit + 1;
-        for (j = 1; j <= b.length; ++j) {
-            var cost = a.charAt(i - 1) === b.charAt(j - 1) ? 0 : 1;
-            var d = Math.min(rows[i - 1][j] + 1, rows[i][j - 1] + 1, rows[i - 1][j - 1] + cost);
-            if (i > 1 && j > 1 && a.charAt(i - 1) === b.charAt(j - 2) &&
-                a.charAt(i - 2) === b.charAt(j - 1))
-                d = Math.min(d, rows[i - 2][j - 2] + 1);
-            rows[i][j] = d;
-            best = Math.min(best, d);
+    for (var i = 0; i <= a.length; ++i) {
+        var row = rows[i % 3];
+        var best = past;
+        for (var j = i - limit; j <= i + limit; ++j) {
+            var d = past;
+            if (j < 0 || j > b.length) {
+                d = past;
+            } else if (i === 0 || j === 0) {
+                d = i + j;
+            } else {
+                var cost = a.charAt(i - 1) === b.charAt(j - 1) ? 0 : 1;
+                d = Math.min(at(i - 1, j) + 1, at(i, j - 1) + 1, at(i - 1, j - 1) + cost);
+                if (i > 1 && j > 1 && a.charAt(i - 1) === b.charAt(j - 2) &&
+                    a.charAt(i - 2) === b.charAt(j - 1))
+                    d = Math.min(d, at(i - 2, j - 2) + 1);
+            }
+            row[j - i + limit] = Math.min(d, past);
+            best = Math.min(best, row[j - i + limit]);
         }
         if (best > limit)
-            return limit + 1;
+            return past;
     }
-    return rows[a.length][b.length];
+    return at(a.length, b.length);
 }
 
 function closestName(word, names) {
@@ -501,7 +531,7 @@ function composeReplyText(text) {
     var m = replyMatch(asText(text));
     if (!m)
         return asText(text);
-    var message = m.message.replace(/^\s+|\s+$/g, "");
+    var message = m.message.trim();
     if (/^(them|him|her)$/i.test(m.recipient) || UPPER_START.test(m.recipient)) {
         var lead = /^(\S+(?:\s+\S+)?)/.exec(message.toLowerCase().replace(/[’]/g, "'"));
         var two = lead ? lead[1].replace(/[,.!?]+$/, "") : "";
@@ -524,7 +554,7 @@ var SURFACES = [
 ];
 
 function detectWritingSurface(appBundleID) {
-    var id = asText(appBundleID).replace(/^\s+|\s+$/g, "");
+    var id = asText(appBundleID).trim();
     if (id === "")
         return "generic";
     for (var i = 0; i < SURFACES.length; ++i)
@@ -593,11 +623,18 @@ function reliableDictationTranscript(text, options) {
     }
     // The same phrase over and over ("Thank you. Thank you.") is never speech.
     for (i = 0; i < BOILERPLATE.length; ++i) {
-        var quoted = escapeRegExp(foldForComparison(BOILERPLATE[i]));
-        if (new RegExp("^" + quoted + "(?: " + quoted + ")+$").test(joined))
+        if (isRepeated(joined, foldForComparison(BOILERPLATE[i])))
             return false;
     }
     return true;
+}
+
+// `text` is `phrase` twice or more, blank-separated. Compared whole, because a
+// pattern with a repeated group keeps a step back for every repetition.
+function isRepeated(text, phrase) {
+    var unit = " " + phrase;
+    var times = (text.length + 1) / unit.length;
+    return times >= 2 && times === Math.floor(times) && unit.repeat(times) === " " + text;
 }
 
 // ---------------------------------------------------------------------------
@@ -605,6 +642,10 @@ function reliableDictationTranscript(text, options) {
 
 var ABBREVIATIONS = table({ "e.g": true, "i.e": true, "etc": true, "vs": true, "cf": true, "approx": true,
                       "z.b": true, "d.h": true, "usw": true, "p.ej": true, "bzw": true });
+// A sentence that ends in a full stop, or a stretch that is none: every
+// stretch is read once, where a pattern for the sentence alone would search
+// on from every character of a text without a full stop.
+var FULL_STOP_SENTENCE = /([^.!?]+)\.(?=\s|$)|[^.!?]+|[.!?]+/g;
 var ENTHUSIASM = /\b(amazing|awesome|fantastic|incredible|wonderful|brilliant|excellent|congrat(?:ulation)?s|wow|yay|hooray|love it|can['’]t wait|cannot wait|so excited|so happy|thrilled|great news|woohoo|unbelievable|génial|incroyable|félicitations|genial|increíble|fantástico|felicidades|toll|wahnsinn|fantastisch|glückwunsch|fantastico|incredibile|complimenti|incrível|parabéns|geweldig|gefeliciteerd)\b/i;
 
 function sentenceMarks(language) {
@@ -645,7 +686,7 @@ function normaliseSpacingOnce(text, language) {
     s = s.replace(/([a-z\u00DF-\u00FF\u0430-\u044F]{2}[.!?])(?=[A-Z\u00C0-\u00DE\u0410-\u042F])/g, "$1 ");
     s = s.replace(/,{2,}/g, ",").replace(/([!?])\1+/g, "$1").replace(/,([.!?])/g, "$1");
     s = s.replace(/(^|[^.])\.\.(?!\.)/g, "$1.").replace(/([!?])\./g, "$1");
-    return s.replace(/^\s+|\s+$/g, "");
+    return s.trim();
 }
 
 // Day and month names English always capitalises ("may" and "march" are
@@ -717,11 +758,12 @@ function closeLastSentence(text, marks, mode, language) {
     if (text === "" || marks.full === "" || marks.ends.test(text))
         return text;
     // A final ’ closes a quotation only when one was opened (not "the students’").
-    var closing = (text.indexOf("‘") >= 0 ? /["”’»)\]]+$/ : /["”»)\]]+$/).exec(text);
-    var body = closing ? text.slice(0, text.length - closing[0].length) : text;
+    var body = withoutTrailing(text, text.indexOf("‘") >= 0 ? /["”’»)\]]/ : /["”»)\]]/);
+    var closing = text.slice(body.length);
     // The mark goes on the word; blanks before the closing quote stay (French « … »).
-    var blanks = /\s*$/.exec(body)[0];
-    body = body.slice(0, body.length - blanks.length);
+    var bare = withoutTrailing(body, /\s/);
+    var blanks = body.slice(bare.length);
+    body = bare;
     if (body === "" || marks.ends.test(body) || /[:;,\-–—]$/.test(body))
         return text;
     var lastSentence = body.split(/[.!?。！？]\s+/).pop();
@@ -731,7 +773,7 @@ function closeLastSentence(text, marks, mode, language) {
     var mark = question ? "?" : marks.full;
     if (mode === "excited" && !question && ENTHUSIASM.test(lastSentence))
         mark = "!";
-    return body + mark + blanks + (closing ? closing[0] : "");
+    return body + mark + blanks + closing;
 }
 
 function finishDictationText(text, options) {
@@ -740,7 +782,7 @@ function finishDictationText(text, options) {
     var language = languageOf(options);
     var s = asText(text);
     if (mode === "exact")
-        return s.replace(/[ \t]+/g, " ").replace(/ *\n */g, "\n").replace(/^\s+|\s+$/g, "");
+        return s.replace(/[ \t]+/g, " ").replace(/ *\n */g, "\n").trim();
     if (options.replyIntent === true)
         s = composeReplyText(s);
     s = normaliseSpacing(s, language);
@@ -760,8 +802,8 @@ function finishDictationText(text, options) {
         return s.replace(/([^.])\.(["”’»)]*)$/, "$1$2");
     }
     if (mode === "excited") {
-        s = s.replace(/([^.!?]+)\.(?=\s|$)/g, function (sentence, body) {
-            return ENTHUSIASM.test(body) && !/\?/.test(body) ? body + "!" : sentence;
+        s = replaceEach(s, FULL_STOP_SENTENCE, function (piece, m) {
+            return m[1] !== undefined && ENTHUSIASM.test(m[1]) ? m[1] + "!" : piece;
         });
     }
     var marks = sentenceMarks(language);

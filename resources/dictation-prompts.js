@@ -146,27 +146,35 @@ function contentWords(text, fillers) {
     return result;
 }
 
+// The numbers in a text, as a table ("1,200" and "1 200" are both "1200").
 function numbersIn(text) {
-    var found = asText(text).replace(/(\d)[,\u202F\u00A0 ](?=\d{3}\b)/g, "$1").match(/\d+(?:[.,]\d+)?/g);
-    return found || [];
+    var found = table();
+    var digits = asText(text).replace(/(\d)[,\u202F\u00A0 ](?=\d{3}\b)/g, "$1").match(/\d+(?:[.,]\d+)?/g);
+    (digits || []).forEach(function (number) { found[number] = true; });
+    return found;
 }
 
-// Words that differ only by an ending ("work" / "works" / "working") count as one.
-function sameStem(a, b) {
-    if (a === b)
-        return true;
-    var n = Math.min(a.length, b.length);
-    return n >= 4 && a.slice(0, n - 1) === b.slice(0, n - 1) && Math.abs(a.length - b.length) <= 3;
-}
-
+// The words of `words` with no word of the same stem in `other`. Words that
+// differ only by an ending ("work" / "works" / "working") count as one: their
+// lengths differ by three at most and they agree up to the last letter of the
+// shorter, which has four or more. Each word of `other` is filed under the
+// beginnings such a word would share with it, so that a word is looked up a
+// few times rather than compared with every other.
 function missingFrom(words, other) {
-    var keys = Object.keys(other);
+    var stems = table();
+    Object.keys(other).forEach(function (b) {
+        for (var length = b.length - 4; length < b.length; ++length)
+            if (length >= 3)
+                stems[b.length + ":" + b.slice(0, length)] = true;
+    });
     return Object.keys(words).filter(function (w) {
         if (other[w])
             return false;
-        for (var i = 0; i < keys.length; ++i)
-            if (sameStem(w, keys[i]))
+        for (var length = w.length - 3; length <= w.length + 3; ++length) {
+            var shared = Math.min(w.length, length) - 1;
+            if (shared >= 3 && stems[length + ":" + w.slice(0, shared)])
                 return false;
+        }
         return true;
     });
 }
@@ -203,7 +211,7 @@ function cleanupIsSafeForMode(rawTranscript, candidate, mode) {
     if (ASSISTANT_OPENING.test(text) && !ASSISTANT_OPENING.test(rawWithoutFillers))
         return false;
     // Exact keeps fillers, so a model that drops them has dropped words.
-    var fillers = style === "exact" ? {} : fillerSet("auto");
+    var fillers = style === "exact" ? table() : fillerSet("auto");
     var said = contentWords(raw, fillers);
     var written = contentWords(text, fillers);
     if (style === "prompt")
@@ -213,12 +221,12 @@ function cleanupIsSafeForMode(rawTranscript, candidate, mode) {
     // A model may write "twenty" as "20"; the other way round digits must survive.
     var saidNumbers = numbersIn(raw);
     var writtenNumbers = numbersIn(text);
-    for (var i = 0; i < saidNumbers.length; ++i)
-        if (writtenNumbers.indexOf(saidNumbers[i]) < 0)
+    for (var number in saidNumbers)
+        if (!writtenNumbers[number])
             return false;
     var spokenNumbers = NUMBER_WORDS.test(raw);
-    for (i = 0; i < writtenNumbers.length; ++i)
-        if (saidNumbers.indexOf(writtenNumbers[i]) < 0 && !spokenNumbers)
+    for (number in writtenNumbers)
+        if (!saidNumbers[number] && !spokenNumbers)
             return false;
     if (spokenNumbers) {
         dropped = dropped.filter(function (w) { return !NUMBER_WORDS.test(w); });
@@ -246,12 +254,14 @@ function cleanupIsSafeForMode(rawTranscript, candidate, mode) {
 function inventsNames(text, invented) {
     if (invented.length === 0)
         return false;
+    var isInvented = table();
+    invented.forEach(function (w) { isInvented[w] = true; });
     var sentenceStart = true;
     var tokens = tokensOf(text.replace(/\n/g, " "));
     for (var i = 0; i < tokens.length; ++i) {
         var t = splitToken(tokens[i]);
         if (t.core !== "" && !sentenceStart && UPPER_START.test(t.core) &&
-            invented.indexOf(foldForComparison(t.core)) >= 0)
+            isInvented[foldForComparison(t.core)])
             return true;
         if (t.core !== "" || t.trail !== "")
             sentenceStart = /[.!?:…。！？]$/.test(t.trail || t.lead);
@@ -261,14 +271,16 @@ function inventsNames(text, invented) {
 
 // Quotes, code fences, echoed tags and "Formatted text:" around an answer.
 function stripModelWrapping(text) {
-    var s = asText(text).replace(/^\s+|\s+$/g, "");
+    var s = asText(text).trim();
     s = s.replace(/^```[a-z]*\n?/i, "").replace(/\n?```$/, "");
-    s = s.replace(/^<transcript>\s*/i, "").replace(/\s*<\/transcript>$/i, "");
+    s = s.replace(/^<transcript>\s*/i, "");
+    if (/<\/transcript>$/i.test(s))
+        s = withoutTrailing(s.slice(0, s.length - "</transcript>".length), /\s/);
     s = s.replace(/^(?:formatted (?:text|transcript)|transcript|text)\s*:\s*/i, "");
     var quoted = /^(["“])([\s\S]*)(["”])$/.exec(s);
     if (quoted && quoted[2].indexOf(quoted[1]) < 0 && quoted[2].indexOf("”") < 0)
         s = quoted[2];
-    return s.replace(/^\s+|\s+$/g, "");
+    return s.trim();
 }
 
 function mergeCleanCandidate(rawTranscript, candidate, mode) {

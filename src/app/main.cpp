@@ -22,6 +22,7 @@ bool hasDisplay() {
 } // namespace
 
 int main(int argc, char** argv) {
+    const auto decoded = quendra::decodeArguments(argc, argv);
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
@@ -36,14 +37,12 @@ int main(int argc, char** argv) {
             app = std::make_unique<QCoreApplication>(argc, argv);
         QTextStream out(stdout);
         QTextStream err(stderr);
-        const int status = quendra::runCommandLine(arguments.mid(1), out, err);
-        // Output sent to a full disk or a closed pipe is a failure like any other write.
-        out.flush();
-        if (out.status() != QTextStream::Ok || std::fflush(stdout) != 0 || std::ferror(stdout)) {
-            err << u"parlevo: the output could not be written."_s << Qt::endl;
-            return status == 0 ? 1 : status;
+        if (!decoded) {
+            err << decoded.error() << Qt::endl;
+            return int(quendra::ExitStatus::usage);
         }
-        return status;
+        const int status = quendra::runCommandLine(decoded->mid(1), out, err);
+        return quendra::finishOutput(status, out, err);
     }
     if (!hasDisplay()) {
         QTextStream(stderr) << u"Parlevo needs a graphical display to start, and none was found; "

@@ -11,6 +11,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
+namespace {
+
+std::unexpected<AacEncoderError> broken(QString message) {
+    return std::unexpected(AacEncoderError{false, std::move(message)});
+}
+
+std::unexpected<AacEncoderError> unwritable(QString message) {
+    return std::unexpected(AacEncoderError{true, std::move(message)});
+}
+
+} // namespace
+
 struct AacEncoder::State {
     ffmpeg::Output output;
     ffmpeg::Codec codec;
@@ -21,23 +33,23 @@ struct AacEncoder::State {
     int64_t nextPts = 0;
     bool finished = false;
 
-    std::expected<void, QString> drain() {
+    std::expected<void, AacEncoderError> drain() {
         for (;;) {
             const int status = avcodec_receive_packet(codec.get(), packet.get());
             if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
                 return {};
             if (status < 0)
-                return std::unexpected(u"The audio encoder failed."_s);
+                return broken(u"The audio encoder failed."_s);
             av_packet_rescale_ts(packet.get(), codec->time_base, stream->time_base);
             packet->stream_index = stream->index;
             const int written = av_interleaved_write_frame(output.get(), packet.get());
             av_packet_unref(packet.get());
             if (written < 0)
-                return std::unexpected(u"The encoded audio could not be written."_s);
+                return unwritable(u"The encoded audio could not be written."_s);
         }
     }
 
-    std::expected<void, QString> encode(const float* samples, int count) {
+    std::expected<void, AacEncoderError> encode(const float* samples, int count) {
         if (samples) {
             av_frame_unref(frame.get());
             frame->format = codec->sample_fmt;
@@ -45,13 +57,13 @@ struct AacEncoder::State {
             frame->nb_samples = count;
             av_channel_layout_copy(&frame->ch_layout, &codec->ch_layout);
             if (av_frame_get_buffer(frame.get(), 0) < 0)
-                return std::unexpected(u"Out of memory while encoding audio."_s);
+                return broken(u"Out of memory while encoding audio."_s);
             std::copy_n(samples, count, reinterpret_cast<float*>(frame->data[0]));
             frame->pts = nextPts;
             nextPts += count;
         }
         if (avcodec_send_frame(codec.get(), samples ? frame.get() : nullptr) < 0)
-            return std::unexpected(u"The audio encoder failed."_s);
+            return broken(u"The audio encoder failed."_s);
         return drain();
     }
 };
@@ -62,17 +74,17 @@ AacEncoder::AacEncoder(AacEncoder&&) noexcept = default;
 AacEncoder& AacEncoder::operator=(AacEncoder&&) noexcept = default;
 AacEncoder::~AacEncoder() = default;
 
-std::expected<AacEncoder, QString> AacEncoder::create(const QString& path) {
+std::expected<AacEncoder, AacEncoderError> AacEncoder::create(const QString& path) {
     av_log_set_level(AV_LOG_QUIET);
     const QByteArray native = QFile::encodeName(path);
     auto state = std::make_unique<State>();
     AVFormatContext* made = nullptr;
     if (avformat_alloc_output_context2(&made, nullptr, "ipod", native.constData()) < 0 || !made)
-        return std::unexpected(u"The MPEG-4 audio writer is not available."_s);
+        return broken(u"The MPEG-4 audio writer is not available."_s);
     state->output.reset(made);
     const AVCodec* encoder = avcodec_find_encoder(AV_CODEC_ID_AAC);
     if (!encoder)
-        return std::unexpected(u"The AAC encoder is not available."_s);
+        return broken(u"The AAC encoder is not available."_s);
     state->codec.reset(avcodec_alloc_context3(encoder));
     AVCodecContext* codec = state->codec.get();
     codec->sample_fmt = AV_SAMPLE_FMT_FLTP;
@@ -94,22 +106,22 @@ std::expected<AacEncoder, QString> AacEncoder::create(const QString& path) {
     const int opened = avcodec_open2(codec, encoder, &options);
     av_dict_free(&options);
     if (opened < 0)
-        return std::unexpected(u"The AAC encoder could not be set up."_s);
+        return broken(u"The AAC encoder could not be set up."_s);
 
     state->stream = avformat_new_stream(state->output.get(), nullptr);
     if (!state->stream || avcodec_parameters_from_context(state->stream->codecpar, codec) < 0)
-        return std::unexpected(u"The MPEG-4 audio writer could not be set up."_s);
+        return broken(u"The MPEG-4 audio writer could not be set up."_s);
     state->stream->time_base = codec->time_base;
     if (avio_open(&state->output->pb, native.constData(), AVIO_FLAG_WRITE) < 0)
-        return std::unexpected(u"Could not create %1."_s.arg(path));
+        return unwritable(u"Could not create %1."_s.arg(path));
     if (avformat_write_header(state->output.get(), nullptr) < 0)
-        return std::unexpected(u"Could not write %1."_s.arg(path));
+        return unwritable(u"Could not write %1."_s.arg(path));
     return AacEncoder(std::move(state));
 }
 
-std::expected<void, QString> AacEncoder::write(std::span<const qint16> samples) {
+std::expected<void, AacEncoderError> AacEncoder::write(std::span<const qint16> samples) {
     if (state->finished)
-        return std::unexpected(u"The audio file is already finished."_s);
+        return broken(u"The audio file is already finished."_s);
     for (qint16 sample : samples)
         state->pending.push_back(float(sample) / 32768.0f);
     const int frameSize = state->codec->frame_size > 0 ? state->codec->frame_size : 1024;
@@ -123,7 +135,7 @@ std::expected<void, QString> AacEncoder::write(std::span<const qint16> samples) 
     return {};
 }
 
-std::expected<void, QString> AacEncoder::finish() {
+std::expected<void, AacEncoderError> AacEncoder::finish() {
     if (state->finished)
         return {};
     state->finished = true;
@@ -136,8 +148,10 @@ std::expected<void, QString> AacEncoder::finish() {
     if (auto encoded = state->encode(nullptr, 0); !encoded)
         return encoded;
     if (av_write_trailer(state->output.get()) < 0)
-        return std::unexpected(u"The audio file could not be completed."_s);
-    avio_closep(&state->output->pb);
+        return unwritable(u"The audio file could not be completed."_s);
+    // Closing writes what is still buffered; a full disk shows here.
+    if (avio_closep(&state->output->pb) < 0)
+        return unwritable(u"The audio file could not be completed."_s);
     return {};
 }
 

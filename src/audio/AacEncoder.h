@@ -8,19 +8,27 @@
 
 namespace quendra {
 
+// Why an audio file could not be made: the encoder is missing or failed, or
+// the file could not be written (a full or read-only folder).
+struct AacEncoderError {
+    bool unwritable = false;
+    QString message;
+};
+
 // Writes 16 kHz mono samples as AAC in an MPEG-4 audio file (".m4a").
 class AacEncoder {
 public:
     static constexpr int bitRate = 32000;
 
-    static std::expected<AacEncoder, QString> create(const QString& path);
+    static std::expected<AacEncoder, AacEncoderError> create(const QString& path);
     AacEncoder(AacEncoder&&) noexcept;
     AacEncoder& operator=(AacEncoder&&) noexcept;
     ~AacEncoder();
 
-    std::expected<void, QString> write(std::span<const qint16> samples);
-    // Drains the encoder and writes the file's index; the file is complete after it.
-    std::expected<void, QString> finish();
+    std::expected<void, AacEncoderError> write(std::span<const qint16> samples);
+    // Drains the encoder and writes the file's index; the file is complete,
+    // and on disk as far as the system is concerned, after it.
+    std::expected<void, AacEncoderError> finish();
 
 private:
     struct State;

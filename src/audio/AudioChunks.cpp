@@ -110,14 +110,21 @@ QString partName(qsizetype index, const QString& extension) {
     return u"part-%1.%2"_s.arg(index + 1, 3, 10, QChar(u'0')).arg(extension);
 }
 
-bool copyRange(QFile& from, qint64 offset, qint64 size, QFile& to) {
+// False when a byte could not be moved; `*unreadable` then says whether the
+// recording or the part was at fault.
+bool copyRange(QFile& from, qint64 offset, qint64 size, QFile& to, bool* unreadable) {
+    *unreadable = true;
     if (!from.seek(offset))
         return false;
     constexpr qint64 block = 1 << 16;
     while (size > 0) {
         const QByteArray bytes = from.read(std::min(size, block));
-        if (bytes.isEmpty() || to.write(bytes) != bytes.size())
+        if (bytes.isEmpty())
             return false;
+        if (to.write(bytes) != bytes.size()) {
+            *unreadable = false;
+            return false;
+        }
         size -= bytes.size();
     }
     return true;
@@ -169,15 +176,18 @@ std::expected<PreparedRecording, ChunkingError> AudioChunks::prepareWave(const Q
 
     const auto folder = makePartsFolder();
     if (!folder)
-        return std::unexpected(ChunkingError::unsupportedRecording);
+        return std::unexpected(ChunkingError::cannotWriteParts);
     PreparedRecording prepared{{}, *folder};
     qint64 offset = 0;
     for (const qint64 partBytes : partSizes(layout->dataBytes, layout->blockAlign())) {
         QFile part(QDir(*folder).filePath(partName(prepared.parts.size(), u"wav"_s)));
+        bool unreadable = false;
         if (!part.open(QIODevice::WriteOnly) || part.write(waveHeader(*layout, partBytes)) != 44 ||
-            !copyRange(file, layout->dataOffset + offset, partBytes, part)) {
+            !copyRange(file, layout->dataOffset + offset, partBytes, part, &unreadable) ||
+            !part.flush()) {
             removeTemporaryFiles(prepared);
-            return std::unexpected(ChunkingError::unsupportedRecording);
+            return std::unexpected(unreadable ? ChunkingError::unsupportedRecording
+                                              : ChunkingError::cannotWriteParts);
         }
         prepared.parts.append(AudioPart{part.fileName(), offset * 1000 / layout->byteRate(),
                                         partBytes * 1000 / layout->byteRate()});
@@ -192,7 +202,7 @@ AudioChunks::prepareCompressed(const QString& path) {
         return std::unexpected(ChunkingError::unsupportedRecording);
     const auto folder = makePartsFolder();
     if (!folder)
-        return std::unexpected(ChunkingError::unsupportedRecording);
+        return std::unexpected(ChunkingError::cannotWriteParts);
     PreparedRecording prepared{{}, *folder};
 
     constexpr qint64 partSamples = partDataBytes / 2;
@@ -202,14 +212,18 @@ AudioChunks::prepareCompressed(const QString& path) {
     // so a short remainder can still join the part before it.
     std::vector<qint16> held;
     qint64 total = 0;
-    bool failedWrite = false;
+    std::optional<ChunkingError> partFailure;
 
     auto writePart = [&](std::span<const qint16> samples) {
         const QString file = QDir(*folder).filePath(partName(prepared.parts.size(), u"m4a"_s));
         auto encoder = AacEncoder::create(file);
-        if (!encoder || !encoder->write(samples) || !encoder->finish() ||
-            QFileInfo(file).size() > singleUploadBytes) {
-            failedWrite = true;
+        auto written = encoder ? encoder->write(samples) : std::unexpected(encoder.error());
+        if (written)
+            written = encoder->finish();
+        if (!written || QFileInfo(file).size() > singleUploadBytes) {
+            partFailure = !written && written.error().unwritable
+                              ? ChunkingError::cannotWriteParts
+                              : ChunkingError::unsupportedRecording;
             return false;
         }
         const qint64 start = prepared.parts.isEmpty()
@@ -235,11 +249,11 @@ AudioChunks::prepareCompressed(const QString& path) {
         // What is left is at most one part and a short remainder: one upload.
         writePart(held);
     }
-    if (!decoded || failedWrite || prepared.parts.isEmpty()) {
+    if (!decoded || partFailure || prepared.parts.isEmpty()) {
         removeTemporaryFiles(prepared);
         if (total > largestSamples)
             return std::unexpected(ChunkingError::recordingTooLarge);
-        return std::unexpected(ChunkingError::unsupportedRecording);
+        return std::unexpected(partFailure.value_or(ChunkingError::unsupportedRecording));
     }
     return prepared;
 }

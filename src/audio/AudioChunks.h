@@ -23,7 +23,8 @@ struct PreparedRecording {
     QString temporaryDirectory; // empty when no part was written
 };
 
-enum class ChunkingError { recordingTooLarge, unsupportedRecording };
+// cannotWriteParts: the temporary folder took no part (full, read-only).
+enum class ChunkingError { recordingTooLarge, unsupportedRecording, cannotWriteParts };
 
 class AudioChunks {
 public:

@@ -90,8 +90,14 @@ std::expected<WaveFileWriter, QString> WaveFileWriter::create(const QString& pat
         return std::unexpected(failure(u"Could not create"_s, path, errno));
     WaveFileWriter writer(fd, path);
     const QByteArray empty = header(0);
-    if (const int error = writeAll(fd, empty.constData(), empty.size()))
+    if (const int error = writeAll(fd, empty.constData(), empty.size())) {
+        // A file without its header is no recording; a device is left alone.
+        struct stat status {};
+        if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode))
+            ::unlink(QFile::encodeName(path).constData());
+        writer.abandon();
         return std::unexpected(failure(u"Could not write"_s, path, error));
+    }
     return writer;
 }
 

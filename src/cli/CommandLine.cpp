@@ -2,7 +2,13 @@
 
 #include "CommandSupport.h"
 
+#include <QFileDevice>
 #include <QHash>
+#include <QStringDecoder>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -47,6 +53,19 @@ GroupRunner groupRunner(const QString& name) {
 
 } // namespace
 
+std::expected<QStringList, QString> decodeArguments(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+        arguments << decoder.decode(QByteArrayView(argv[i]));
+        if (decoder.hasError())
+            return std::unexpected(
+                u"parlevo: “%1” is not UTF-8 text; Parlevo takes file names and text in UTF-8 "
+                "only."_s.arg(arguments.last()));
+    }
+    return arguments;
+}
+
 bool wantsCommandLine(const QStringList& arguments) {
     for (qsizetype i = 1; i < arguments.size(); ++i)
         if (!arguments[i].startsWith(u"--qa-"_s))
@@ -57,6 +76,23 @@ bool wantsCommandLine(const QStringList& arguments) {
 bool commandNeedsDisplay(const QStringList& arguments) {
     static const QStringList desktopCommands{u"doctor"_s, u"target"_s, u"insert"_s};
     return desktopCommands.contains(arguments.value(0)) && !arguments.contains(u"--help"_s);
+}
+
+int finishOutput(int status, QTextStream& out, QTextStream& err) {
+    out.flush();
+    const auto* file = qobject_cast<QFileDevice*>(out.device());
+    const bool fileFailed = file && file->error() != QFileDevice::NoError;
+    errno = 0;
+    const bool flushed = std::fflush(stdout) == 0 && !std::ferror(stdout);
+    if (flushed && !fileFailed && out.status() == QTextStream::Ok)
+        return status;
+    const QString reason = fileFailed ? file->errorString()
+                           : errno    ? QString::fromLocal8Bit(std::strerror(errno))
+                                      : QString();
+    err << (reason.isEmpty() ? u"parlevo: the output could not be written."_s
+                             : u"parlevo: the output could not be written (%1)."_s.arg(reason))
+        << Qt::endl;
+    return status == int(ExitStatus::success) ? int(ExitStatus::failure) : status;
 }
 
 int runCommandLine(const QStringList& arguments, QTextStream& out, QTextStream& err) {

@@ -3,10 +3,17 @@
 #include <QStringList>
 #include <QTextStream>
 
+#include <expected>
+
 namespace quendra {
 
 // The exit statuses of the command line.
 enum class ExitStatus : int { success = 0, failure = 1, usage = 2 };
+
+// The process arguments, program name first. File names and text reach the
+// commands as UTF-8 or not at all: an argument that is not UTF-8 would name
+// another file than the one meant, so it gets the sentence that refuses it.
+std::expected<QStringList, QString> decodeArguments(int argc, char** argv);
 
 // True when the process arguments (program name first) ask for a subcommand
 // or for help rather than for the application; test switches ("--qa-...")
@@ -20,5 +27,10 @@ bool commandNeedsDisplay(const QStringList& arguments);
 // Runs one subcommand; `arguments` excludes the program name. The data is
 // the same defaults database and data folder the application uses.
 int runCommandLine(const QStringList& arguments, QTextStream& out, QTextStream& err);
+
+// The status the process ends with once `out`, which writes to standard
+// output, is flushed: output that did not reach its file (a full disk, a
+// closed pipe) turns a success into a failure with its sentence.
+int finishOutput(int status, QTextStream& out, QTextStream& err);
 
 } // namespace quendra

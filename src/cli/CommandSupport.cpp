@@ -6,6 +6,8 @@
 #include <QDateTime>
 #include <QRegularExpression>
 
+#include <cmath>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
@@ -121,6 +123,15 @@ int storeFailure(Invocation& in, UserDefaults& defaults, const StoreError& error
     if (error.kind == StoreError::Kind::notSaved)
         return in.failure(error.message + u" Nothing was changed."_s);
     return in.failure(error.message);
+}
+
+std::optional<double> parseSeconds(const QString& text) {
+    constexpr double week = 7 * 24 * 3600;
+    bool ok = false;
+    const double seconds = text.toDouble(&ok);
+    if (!ok || !std::isfinite(seconds) || seconds < 0 || seconds > week)
+        return std::nullopt;
+    return seconds;
 }
 
 QString displayDate(const QDateTime& date) {

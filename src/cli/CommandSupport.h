@@ -96,6 +96,10 @@ std::optional<int> refuseUnreadable(Invocation& in, UserDefaults& defaults);
 int storeFailure(Invocation& in, UserDefaults& defaults, const StoreError& error);
 void printNotices(Invocation& in, UserDefaults& defaults);
 
+// A number of seconds as an option gives it: finite, not negative and at most
+// a week, so that it fits every timer it is turned into. None otherwise.
+std::optional<double> parseSeconds(const QString& text);
+
 QString displayDate(const QDateTime& date);
 QString oneLine(const QString& text, qsizetype maxCharacters);
 
@@ -105,7 +109,7 @@ int runHistoryCommand(const QStringList& arguments, QTextStream& out, QTextStrea
 int runNotesCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
 // "finish" reads its text from standard input, or from `input`.
 int runFinishCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
-int runFinishCommand(const QStringList& arguments, QTextStream& input, QTextStream& out,
+int runFinishCommand(const QStringList& arguments, QIODevice& input, QTextStream& out,
                      QTextStream& err);
 int runAccountCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
 int runRecordCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);

@@ -33,11 +33,7 @@ std::optional<double> seconds(const Invocation& invocation, const QString& name)
     const QStringList values = invocation.values(name);
     if (values.isEmpty())
         return 0.0;
-    bool ok = false;
-    const double value = values.last().toDouble(&ok);
-    if (!ok || value < 0)
-        return std::nullopt;
-    return value;
+    return parseSeconds(values.last());
 }
 
 QStringList processArguments() {
@@ -59,7 +55,7 @@ int runTargetCommand(const QStringList& arguments, QTextStream& out, QTextStream
         return invocation.usageError(u"it needs --watch"_s);
     const auto limit = seconds(invocation, u"seconds"_s);
     if (!limit)
-        return invocation.usageError(u"--seconds needs a number of seconds"_s);
+        return invocation.usageError(u"--seconds needs a number of seconds, at most a week"_s);
     auto services = DesktopServices::connect();
     if (!services)
         return invocation.failure(services.error());
@@ -113,7 +109,7 @@ int runInsertCommand(const QStringList& arguments, QTextStream& out, QTextStream
     const auto keep = seconds(invocation, u"keep-clipboard"_s);
     if (!delay || !hold || !keep)
         return invocation.usageError(u"--delay, --hold and --keep-clipboard need a number of "
-                                     "seconds"_s);
+                                     "seconds, at most a week"_s);
     auto services = DesktopServices::connect();
     if (!services)
         return invocation.failure(services.error());

@@ -4,6 +4,7 @@
 #include "model/AppDataStore.h"
 
 #include <QFile>
+#include <QStringDecoder>
 
 #include <cstdio>
 
@@ -25,7 +26,31 @@ const CommandHelp finishHelp{
     "default to your settings); --reply-assist composes “Tell them …” as a reply;\n"
     "--json prints the finished text with its raw and trigger forms."_s};
 
-int finish(Invocation& in, QTextStream& input) {
+// Standard input as text, read no further than the finishing pass could take
+// (three bytes per character at most), so that an endless stream is refused
+// for its length instead of filling memory.
+std::expected<QString, QString> readText(QIODevice& input) {
+    constexpr qint64 largestInput = 3 * DictationIntelligence::longestText + 1;
+    QByteArray bytes(largestInput, Qt::Uninitialized);
+    qint64 filled = 0;
+    while (filled < largestInput) {
+        const qint64 got = input.read(bytes.data() + filled, largestInput - filled);
+        if (got < 0)
+            return std::unexpected(u"Standard input could not be read."_s);
+        if (got == 0)
+            break;
+        filled += got;
+    }
+    bytes.truncate(filled);
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    QString text = decoder.decode(bytes);
+    // Cut off at the limit, the text is refused for its length whatever its last bytes.
+    if (decoder.hasError() && filled < largestInput)
+        return std::unexpected(u"Standard input is not UTF-8 text."_s);
+    return text;
+}
+
+int finish(Invocation& in, QIODevice& input) {
     UserDefaults defaults;
     AppDataStore store(defaults);
     FinishingContext context;
@@ -40,7 +65,10 @@ int finish(Invocation& in, QTextStream& input) {
         !enumOption(in, u"language"_s, u"a language code"_s, context.language, &status))
         return status;
 
-    const QString raw = input.readAll();
+    const auto read = readText(input);
+    if (!read)
+        return in.failure(read.error());
+    const QString& raw = *read;
     DictationIntelligence intelligence;
     const auto finished = intelligence.finish(raw, context);
     if (!finished)
@@ -66,7 +94,7 @@ int finish(Invocation& in, QTextStream& input) {
 
 } // namespace
 
-int runFinishCommand(const QStringList& arguments, QTextStream& input, QTextStream& out,
+int runFinishCommand(const QStringList& arguments, QIODevice& input, QTextStream& out,
                      QTextStream& err) {
     Invocation invocation(u"finish"_s, arguments, out, err);
     if (!invocation.parse(finishHelp, 0, {u"reply-assist"_s, u"json"_s},
@@ -79,11 +107,11 @@ int runFinishCommand(const QStringList& arguments, QTextStream& input, QTextStre
 
 int runFinishCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
     QFile standardInput;
-    if (!standardInput.open(stdin, QIODevice::ReadOnly))
+    if (!standardInput.open(stdin, QIODevice::ReadOnly)) {
+        err << u"Standard input could not be read."_s << Qt::endl;
         return int(ExitStatus::failure);
-    QTextStream input(&standardInput);
-    input.setEncoding(QStringConverter::Utf8);
-    return runFinishCommand(arguments, input, out, err);
+    }
+    return runFinishCommand(arguments, standardInput, out, err);
 }
 
 } // namespace quendra

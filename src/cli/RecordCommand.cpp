@@ -25,10 +25,9 @@ std::optional<double> secondsOption(Invocation& in, int* status) {
     const QStringList values = in.values(u"seconds"_s);
     if (values.isEmpty())
         return 0.0;
-    bool ok = false;
-    const double seconds = values.last().toDouble(&ok);
-    if (!ok || seconds <= 0) {
-        *status = in.usageError(u"--seconds needs a positive number"_s);
+    const auto seconds = parseSeconds(values.last());
+    if (!seconds || *seconds == 0) {
+        *status = in.usageError(u"--seconds needs a positive number of seconds, at most a week"_s);
         return std::nullopt;
     }
     return seconds;

@@ -1,32 +1,13 @@
 #include "RecordingLoop.h"
 
-#include <atomic>
-#include <csignal>
-
 namespace quendra {
 
-namespace {
-
-std::atomic<bool> stopRequested = false;
-struct sigaction previousInterrupt {};
-struct sigaction previousTerminate {};
-
-void requestStop(int) {
-    stopRequested = true;
-}
-
-} // namespace
-
 RecordingLoop::RecordingLoop() {
-    stopRequested = false;
-    struct sigaction action {};
-    action.sa_handler = requestStop;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, &previousInterrupt);
-    sigaction(SIGTERM, &action, &previousTerminate);
+    interruption.onInterrupt = [this] { loop.quit(); };
     timer.setInterval(50);
     QObject::connect(&timer, &QTimer::timeout, &loop, [this] {
-        if (stopRequested) {
+        // A signal heard by another event loop in between still stops this one.
+        if (interruption.requested()) {
             loop.quit();
             return;
         }
@@ -35,13 +16,8 @@ RecordingLoop::RecordingLoop() {
     });
 }
 
-RecordingLoop::~RecordingLoop() {
-    sigaction(SIGINT, &previousInterrupt, nullptr);
-    sigaction(SIGTERM, &previousTerminate, nullptr);
-}
-
 void RecordingLoop::run() {
-    if (stopRequested)
+    if (interruption.requested())
         return;
     timer.start();
     loop.exec();
@@ -53,7 +29,7 @@ void RecordingLoop::finish() {
 }
 
 bool RecordingLoop::interrupted() const {
-    return stopRequested;
+    return interruption.requested();
 }
 
 } // namespace quendra

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Interruption.h"
+
 #include <QEventLoop>
 #include <QTimer>
 
@@ -8,11 +10,10 @@
 namespace quendra {
 
 // Runs the event loop of a command-line recording until `finish` is called,
-// or Ctrl+C (or SIGTERM) asks for a clean stop. `tick` runs every 50 ms.
+// or Ctrl+C (or SIGTERM, or a closed terminal) asks for a clean stop. `tick` runs every 50 ms.
 class RecordingLoop {
 public:
     RecordingLoop();
-    ~RecordingLoop();
     RecordingLoop(const RecordingLoop&) = delete;
     RecordingLoop& operator=(const RecordingLoop&) = delete;
 
@@ -23,6 +24,7 @@ public:
     bool interrupted() const;
 
 private:
+    Interruption interruption;
     QEventLoop loop;
     QTimer timer;
 };

@@ -1,4 +1,5 @@
 #include "CommandSupport.h"
+#include "Interruption.h"
 
 #include "hosted/ConnectionStore.h"
 #include "hosted/GroqEngine.h"
@@ -64,15 +65,55 @@ struct CloudEngines {
     HostedClient client;
 };
 
+// The service with every engine, on one request; all of it is gone, parts in
+// flight included, when this returns.
+std::expected<TranscriptionResult, TranscriptionServiceError>
+runService(const TranscriptionRequest& request, const UserDefaults& defaults) {
+    SerialQueue workerQueue(LocalQwen::queueLabel);
+    const QwenInstaller installer(applicationDataDirectory());
+    LocalWorker qwenWorker(workerQueue,
+                           LocalQwen::command(installer, LocalQwen::defaultWorkerScript()));
+    LocalWorker offlineWorker(workerQueue,
+                              OfflineSpeech::command(OfflineSpeech::installedWorker()));
+    // Cloud engines fall back to local ones, never the other way round, so
+    // only they open the keyring.
+    std::optional<CloudEngines> cloud;
+    const auto intelligence = std::make_shared<DictationIntelligence>();
+    TranscriptionService service(makeFinisher(intelligence));
+    if (request.model == DictationModel::hosted || request.model == DictationModel::largeV3 ||
+        request.model == DictationModel::turbo) {
+        cloud.emplace(defaults);
+        service.setEngine(DictationModel::hosted, std::make_shared<HostedEngine>(
+                                                      cloud->client, HostedMessageContext::file));
+        for (const DictationModel whisper : {DictationModel::largeV3, DictationModel::turbo})
+            service.setEngine(whisper,
+                              std::make_shared<GroqEngine>(whisper, cloud->groq(), intelligence));
+    }
+    service.setEngine(DictationModel::qwen,
+                      std::make_shared<LocalEngine>(qwenWorker, LocalQwen::sentences(),
+                                                    LocalQwen::availability(installer)));
+    service.setEngine(DictationModel::offline,
+                      std::make_shared<LocalEngine>(offlineWorker, OfflineSpeech::sentences(),
+                                                    OfflineSpeech::availability()));
+
+    return QCoro::waitFor(service.transcribe(request));
+}
+
 int transcribe(Invocation& in) {
     const QString file = in.positionals()[0];
-    if (!QFileInfo(file).isFile())
+    const QFileInfo info(file);
+    if (!info.exists())
         return in.failure(u"There is no file at %1."_s.arg(file));
+    if (info.isDir())
+        return in.failure(u"%1 is a folder; name a recording file."_s.arg(file));
+    // A pipe or a device has no end to cut parts up to.
+    if (!info.isFile())
+        return in.failure(u"%1 is not a saved file; name a recording file."_s.arg(file));
 
     UserDefaults defaults;
     AppDataStore store(defaults);
     TranscriptionRequest request;
-    request.fileURL = QFileInfo(file).absoluteFilePath();
+    request.fileURL = info.absoluteFilePath();
     request.style = store.dictationStyle();
     request.language = store.dictationLanguage();
     request.model = store.dictationModel();
@@ -94,38 +135,21 @@ int transcribe(Invocation& in) {
                    << Qt::flush;
     };
 
-    SerialQueue workerQueue(LocalQwen::queueLabel);
-    const QwenInstaller installer(applicationDataDirectory());
-    LocalWorker qwenWorker(workerQueue,
-                           LocalQwen::command(installer, LocalQwen::defaultWorkerScript()));
-    LocalWorker offlineWorker(workerQueue,
-                              OfflineSpeech::command(OfflineSpeech::installedWorker()));
-    // Cloud engines fall back to local ones, never the other way round, so
-    // only they open the keyring.
-    std::optional<CloudEngines> cloud;
-    const auto intelligence = std::make_shared<DictationIntelligence>();
-    TranscriptionService service(makeFinisher(intelligence));
-    if (request.model == DictationModel::hosted || request.model == DictationModel::largeV3 ||
-        request.model == DictationModel::turbo) {
-        cloud.emplace(defaults);
-        service.setEngine(DictationModel::hosted, std::make_shared<HostedEngine>(cloud->client));
-        for (const DictationModel whisper : {DictationModel::largeV3, DictationModel::turbo})
-            service.setEngine(whisper,
-                              std::make_shared<GroqEngine>(whisper, cloud->groq(), intelligence));
-    }
-    service.setEngine(DictationModel::qwen,
-                      std::make_shared<LocalEngine>(qwenWorker, LocalQwen::sentences(),
-                                                    LocalQwen::availability(installer)));
-    service.setEngine(DictationModel::offline,
-                      std::make_shared<LocalEngine>(offlineWorker, OfflineSpeech::sentences(),
-                                                    OfflineSpeech::availability()));
-
-    auto result = QCoro::waitFor(service.transcribe(request));
-    if (!result)
-        return in.failure(result.error().message());
+    // Ctrl+C, SIGTERM and a closed terminal cancel the transcription instead
+    // of ending the process, so that its parts are removed on the way out.
+    Interruption interruption;
+    interruption.onInterrupt = [cancel = request.cancel] { cancel->cancel(); };
+    auto result = runService(request, defaults);
     // A file named here is not a kept recording: its part cache only serves a
     // retry after a failure, and is not left beside the user's file.
-    QFile::remove(PartCache::pathFor(request.fileURL));
+    if (result || interruption.requested())
+        QFile::remove(PartCache::pathFor(request.fileURL));
+    if (interruption.requested()) {
+        in.err << u"The transcription was interrupted."_s << Qt::endl;
+        return interruption.exitStatus();
+    }
+    if (!result)
+        return in.failure(result.error().message());
     result->transcript = store.expandSnippet(result->transcript);
     if (result->fallbackUsed)
         in.err << u"parlevo: %1 was used instead.\n"_s.arg(title(result->model)) << Qt::flush;

@@ -138,15 +138,25 @@ Json dictionaryJson(const QList<PersonalDictionaryEntry>& entries) {
     return list;
 }
 
+// The part of the field's context near the cursor.
+constexpr qsizetype longestContext = DictationIntelligence::longestText / 4;
+
+std::expected<void, Failure> checkLength(std::initializer_list<QStringView> texts) {
+    for (const QStringView text : texts)
+        if (text.size() > DictationIntelligence::longestText)
+            return std::unexpected(Failure{Failure::Kind::textTooLong, {}});
+    return {};
+}
+
 Json optionsJson(const FinishingContext& context) {
     return {
         {"cleanupMode", apiValue(context.style)},
         {"language", rawValue(context.language).toString()},
         {"dictionary", dictionaryJson(context.dictionary)},
         {"appBundleID", context.appBundleID},
-        {"contextBefore", context.contextBefore},
-        {"contextAfter", context.contextAfter},
-        {"conversationContext", context.conversationContext},
+        {"contextBefore", context.contextBefore.right(longestContext)},
+        {"contextAfter", context.contextAfter.left(longestContext)},
+        {"conversationContext", context.conversationContext.right(longestContext)},
         {"replyAssist", context.replyAssist},
         {"speechHeard", context.speechHeard},
     };
@@ -215,6 +225,8 @@ std::expected<Json, TranscriptionServiceError> DictationIntelligence::call(const
 std::expected<FinishedText, TranscriptionServiceError>
 DictationIntelligence::finish(const QString& rawTranscript, const FinishingContext& context,
                               bool modelFormatted) {
+    if (auto fits = checkLength({rawTranscript}); !fits)
+        return std::unexpected(fits.error());
     auto e = engine();
     if (!e)
         return std::unexpected(e.error());
@@ -283,6 +295,8 @@ DictationIntelligence::finish(const QString& rawTranscript, const FinishingConte
 std::expected<Json, TranscriptionServiceError>
 DictationIntelligence::buildCleanupMessages(const QString& rawTranscript,
                                             const FinishingContext& context) {
+    if (auto fits = checkLength({rawTranscript}); !fits)
+        return std::unexpected(fits.error());
     auto messages =
         call(u"buildCleanupMessages"_s, Json::array({rawTranscript, optionsJson(context)}));
     if (messages && !messages->is_array())
@@ -294,6 +308,8 @@ DictationIntelligence::buildCleanupMessages(const QString& rawTranscript,
 std::expected<bool, TranscriptionServiceError>
 DictationIntelligence::cleanupIsSafeForMode(const QString& rawTranscript, const QString& candidate,
                                             DictationStyle style) {
+    if (auto fits = checkLength({rawTranscript, candidate}); !fits)
+        return std::unexpected(fits.error());
     auto safe =
         call(u"cleanupIsSafeForMode"_s, Json::array({rawTranscript, candidate, apiValue(style)}));
     if (!safe)
@@ -304,6 +320,8 @@ DictationIntelligence::cleanupIsSafeForMode(const QString& rawTranscript, const 
 std::expected<QString, TranscriptionServiceError>
 DictationIntelligence::mergeCleanCandidate(const QString& rawTranscript, const QString& candidate,
                                            DictationStyle style) {
+    if (auto fits = checkLength({rawTranscript, candidate}); !fits)
+        return std::unexpected(fits.error());
     auto merged =
         call(u"mergeCleanCandidate"_s, Json::array({rawTranscript, candidate, apiValue(style)}));
     if (!merged)

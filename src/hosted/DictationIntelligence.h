@@ -71,6 +71,13 @@ public:
     std::expected<Json, TranscriptionServiceError> call(const QString& function,
                                                         const Json& arguments);
 
+    // The most text one call takes, in UTF-16 units; longer text is refused
+    // with textTooLong. Three times an hour of fast speech, and well short of
+    // the arrays of half a million pieces on which the script engine crashes.
+    // The field's context is read only near the cursor: a quarter of this on
+    // each side and of the conversation.
+    static constexpr qsizetype longestText = 200'000;
+
     static inline const QString intelligenceScript = QStringLiteral("dictation-intelligence.js");
     static inline const QString promptsScript = QStringLiteral("dictation-prompts.js");
 

@@ -39,10 +39,11 @@ HostedDictationRequest HostedEngine::makeRequest(QByteArray audio, const QString
     return request;
 }
 
-TranscriptionServiceError HostedEngine::error(const HostedError& error) {
+TranscriptionServiceError HostedEngine::error(const HostedError& error,
+                                              HostedMessageContext context) {
     if (error.kind == HostedError::Kind::cancelled)
         return {TranscriptionServiceError::Kind::cancelled, {}};
-    return TranscriptionServiceError::engine(error.message(HostedMessageContext::dictation));
+    return TranscriptionServiceError::engine(error.message(context));
 }
 
 QCoro::Task<EngineResult> HostedEngine::transcribe(EngineRequest request) {
@@ -65,7 +66,7 @@ QCoro::Task<EngineResult> HostedEngine::transcribe(EngineRequest request) {
 
     auto reply = co_await hosted.dictate(std::move(dictation), cancel);
     if (!reply)
-        co_return std::unexpected(error(reply.error()));
+        co_return std::unexpected(error(reply.error(), context));
     EngineTranscript result;
     result.transcript = reply->transcript;
     result.rawTranscript = reply->rawTranscript.value_or(reply->transcript);

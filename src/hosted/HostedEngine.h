@@ -11,9 +11,11 @@ class HostedEngine : public TranscriptionEngine {
 public:
     static constexpr qint64 largestUploadBytes = 3'000'000;
 
-    // `hosted` must outlive the engine.
-    explicit HostedEngine(HostedDictation& hosted)
-        : hosted(hosted) {}
+    // `hosted` must outlive the engine; `context` words its failures.
+    explicit HostedEngine(HostedDictation& hosted,
+                          HostedMessageContext context = HostedMessageContext::dictation)
+        : hosted(hosted)
+        , context(context) {}
 
     QCoro::Task<EngineResult> transcribe(EngineRequest request) override;
 
@@ -23,10 +25,11 @@ public:
     static QString mediaType(const QString& path);
     static HostedDictationRequest makeRequest(QByteArray audio, const QString& path,
                                               const FinishingContext& context);
-    static TranscriptionServiceError error(const HostedError& error);
+    static TranscriptionServiceError error(const HostedError& error, HostedMessageContext context);
 
 private:
     HostedDictation& hosted;
+    HostedMessageContext context;
 };
 
 } // namespace quendra

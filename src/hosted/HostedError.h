@@ -7,8 +7,9 @@
 namespace quendra {
 
 // Where a hosted failure is shown; dictation and note sentences add where the
-// recording is kept.
-enum class HostedMessageContext { dictation, note, other };
+// recording is kept. A file the user named (the command line) is a recording
+// too, but stays where it is, so nothing is added.
+enum class HostedMessageContext { dictation, note, file, other };
 
 // Every way a call to the hosted service can fail, with the sentence the user sees.
 struct HostedError {

@@ -20,6 +20,8 @@ TranscriptionServiceError LocalEngine::error(WorkerFailure failure) const {
         return {Kind::recordingTooLarge, {}};
     case WorkerFailure::unsupportedRecording:
         return {Kind::unsupportedRecording, {}};
+    case WorkerFailure::cannotWriteCopy:
+        return TranscriptionServiceError::temporaryFilesUnwritable();
     case WorkerFailure::couldNotFinish:
         return TranscriptionServiceError::engine(sentences.couldNotFinish);
     case WorkerFailure::stopped:
@@ -32,8 +34,8 @@ QCoro::Task<EngineResult> LocalEngine::transcribe(EngineRequest request) {
     if (auto reason = unavailable(request.context.language))
         co_return std::unexpected(*reason);
     const Cancellation cancel = request.cancel;
-    const auto text = co_await worker.transcribe(request.part.path,
-                                                 rawValue(request.context.language).toString());
+    const auto text = co_await worker.transcribe(
+        request.part.path, rawValue(request.context.language).toString(), cancel);
     if (cancel && cancel->isCancelled())
         co_return std::unexpected(
             TranscriptionServiceError{TranscriptionServiceError::Kind::cancelled, {}});

@@ -8,8 +8,12 @@
 #include <QDir>
 #include <QFile>
 #include <QLoggingCategory>
+#include <QMutex>
 #include <QProcess>
+#include <QSet>
 #include <QUuid>
+
+#include <csignal>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -19,17 +23,59 @@ Q_LOGGING_CATEGORY(workerLog, "com.orvane.quendra.mac.local-model")
 
 using Result = std::expected<QString, WorkerFailure>;
 
-// Touched only on the queue.
+// Touched only on the queue, but for what the mutex guards.
 struct LocalWorker::State {
     SerialQueue* queue = nullptr;
     WorkerCommand command;
     std::chrono::milliseconds idleStop{};
     std::unique_ptr<QProcess> process;
     quint64 generation = 0; // a scheduled idle stop runs only if nothing came since
+    quint64 lastTicket = 0; // main thread: one number per request
+
+    // Cancellation comes from the main thread while the queue may be waiting
+    // for the worker's answer.
+    QMutex mutex;
+    QSet<quint64> abandoned;
+    quint64 answering = 0; // the request the worker is answering now
+    qint64 workerPid = 0;
+
+    void abandon(quint64 ticket) {
+        const QMutexLocker lock(&mutex);
+        abandoned.insert(ticket);
+        // Ending the process wakes the queue from its wait for the answer.
+        if (answering == ticket && workerPid > 0)
+            ::kill(pid_t(workerPid), SIGKILL);
+    }
+
+    bool isAbandoned(quint64 ticket) {
+        const QMutexLocker lock(&mutex);
+        return abandoned.contains(ticket);
+    }
+
+    // False when the request was abandoned first.
+    bool beginAnswer(quint64 ticket) {
+        const QMutexLocker lock(&mutex);
+        if (abandoned.contains(ticket))
+            return false;
+        answering = ticket;
+        return true;
+    }
+
+    void endRequest(quint64 ticket) {
+        const QMutexLocker lock(&mutex);
+        answering = 0;
+        abandoned.remove(ticket);
+    }
+
+    void setWorkerPid(qint64 pid) {
+        const QMutexLocker lock(&mutex);
+        workerPid = pid;
+    }
 
     void stop() {
         if (!process)
             return;
+        setWorkerPid(0);
         process->closeWriteChannel();
         if (!process->waitForFinished(2000)) {
             process->kill();
@@ -42,6 +88,7 @@ struct LocalWorker::State {
     void discard() {
         if (!process)
             return;
+        setWorkerPid(0);
         process->kill();
         process->waitForFinished(2000);
         process.reset();
@@ -64,6 +111,7 @@ struct LocalWorker::State {
             qCWarning(workerLog) << "could not start" << command.program;
             return false;
         }
+        setWorkerPid(started->processId());
         process = std::move(started);
         return true;
     }
@@ -89,8 +137,8 @@ struct LocalWorker::State {
         }
     }
 
-    Result converse(const QString& audioPath, const QString& language) {
-        if (!ensureStarted())
+    Result converse(const QString& audioPath, const QString& language, quint64 ticket) {
+        if (!ensureStarted() || !beginAnswer(ticket))
             return std::unexpected(WorkerFailure::stopped);
         const QString id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
         const QByteArray request =
@@ -126,36 +174,44 @@ std::expected<QString, WorkerFailure> convert(const QString& path) {
             .filePath(u"quendra-local-"_s + QUuid::createUuid().toString(QUuid::WithoutBraces) +
                       u".wav"_s);
     auto writer = WaveFileWriter::create(converted);
-    if (!writer)
-        return std::unexpected(WorkerFailure::unsupportedRecording);
+    if (!writer) {
+        QFile::remove(converted);
+        return std::unexpected(WorkerFailure::cannotWriteCopy);
+    }
     bool tooLarge = false;
+    bool unwritten = false;
     const auto decoded = AudioDecoder::decode(path, [&](std::span<const qint16> block) {
         if (writer->dataBytes() + qint64(block.size_bytes()) > LocalWorker::largestConvertedBytes) {
             tooLarge = true;
             return false;
         }
-        return bool(writer->write(block));
+        unwritten = !writer->write(block);
+        return !unwritten;
     });
-    const bool closed = bool(writer->close());
-    if (!decoded || !closed) {
+    unwritten = unwritten || !writer->close();
+    if (!decoded || unwritten) {
         QFile::remove(converted);
-        return std::unexpected(tooLarge ? WorkerFailure::recordingTooLarge
-                                        : WorkerFailure::unsupportedRecording);
+        return std::unexpected(tooLarge    ? WorkerFailure::recordingTooLarge
+                               : unwritten ? WorkerFailure::cannotWriteCopy
+                                           : WorkerFailure::unsupportedRecording);
     }
     return converted;
 }
 
 Result runOnQueue(const std::shared_ptr<LocalWorker::State>& state, const QString& path,
-                  const QString& language) {
+                  const QString& language, quint64 ticket) {
     const quint64 generation = ++state->generation;
     Result result = [&]() -> Result {
+        if (state->isAbandoned(ticket))
+            return std::unexpected(WorkerFailure::stopped);
         const auto converted = convert(path);
         if (!converted)
             return std::unexpected(converted.error());
-        Result reply = state->converse(*converted, language);
+        Result reply = state->converse(*converted, language, ticket);
         QFile::remove(*converted);
         return reply;
     }();
+    state->endRequest(ticket);
     state->queue->asyncAfter(state->idleStop, [weak = std::weak_ptr(state), generation] {
         const auto alive = weak.lock();
         if (alive && alive->generation == generation)
@@ -179,11 +235,18 @@ LocalWorker::~LocalWorker() {
     queue.sync([state = state] { state->stop(); });
 }
 
-QCoro::Task<std::expected<QString, WorkerFailure>> LocalWorker::transcribe(QString path,
-                                                                           QString language) {
-    QFuture<Result> future =
-        queue.submit([state = state, path, language] { return runOnQueue(state, path, language); });
-    co_return co_await future;
+QCoro::Task<std::expected<QString, WorkerFailure>>
+LocalWorker::transcribe(QString path, QString language, Cancellation cancel) {
+    const quint64 ticket = ++state->lastTicket;
+    QFuture<Result> future = queue.submit([state = state, path, language, ticket] {
+        return runOnQueue(state, path, language, ticket);
+    });
+    const int hook =
+        cancel ? cancel->onCancel([state = state, ticket] { state->abandon(ticket); }) : -1;
+    Result result = co_await future;
+    if (cancel)
+        cancel->forget(hook);
+    co_return result;
 }
 
 void LocalWorker::stopWorker() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CancellationFlag.h"
 #include "audio/SerialQueue.h"
 
 #include <QCoro/QCoroTask>
@@ -24,6 +25,7 @@ struct WorkerCommand {
 enum class WorkerFailure {
     recordingTooLarge,    // more than 20 minutes once converted
     unsupportedRecording, // the audio could not be read
+    cannotWriteCopy,      // the temporary folder took no converted copy
     couldNotFinish,       // an error reply, or a line that is not a reply
     stopped,              // the worker ended or closed its output before replying
 };
@@ -33,6 +35,9 @@ enum class WorkerFailure {
 // "transcript"} or {"id", "error"}). Started on first use, stopped after a
 // while without work; all of it happens on one serial queue, so the worker
 // never sees two requests at once. Create and destroy on the main thread.
+// A cancelled request is dropped if it has not started, and ends the worker
+// if the worker is answering it, so that nothing runs on for a request
+// nobody waits for.
 class LocalWorker {
 public:
     static constexpr qint64 longestReplyBytes = 499'999;
@@ -46,7 +51,8 @@ public:
     LocalWorker(const LocalWorker&) = delete;
     LocalWorker& operator=(const LocalWorker&) = delete;
 
-    QCoro::Task<std::expected<QString, WorkerFailure>> transcribe(QString path, QString language);
+    QCoro::Task<std::expected<QString, WorkerFailure>> transcribe(QString path, QString language,
+                                                                  Cancellation cancel = {});
     // Closes the worker's input and ends it; the next request starts a new one.
     void stopWorker();
     // Whether a worker process is running now (waits for the queue).

@@ -73,10 +73,16 @@ QCoro::Task<> runPart(std::shared_ptr<Run> run, std::shared_ptr<TranscriptionEng
 }
 
 TranscriptionServiceError chunkingFailure(ChunkingError error) {
-    return {error == ChunkingError::recordingTooLarge
-                ? TranscriptionServiceError::Kind::recordingTooLarge
-                : TranscriptionServiceError::Kind::unsupportedRecording,
-            {}};
+    using Kind = TranscriptionServiceError::Kind;
+    switch (error) {
+    case ChunkingError::recordingTooLarge:
+        return {Kind::recordingTooLarge, {}};
+    case ChunkingError::cannotWriteParts:
+        return TranscriptionServiceError::temporaryFilesUnwritable();
+    case ChunkingError::unsupportedRecording:
+        break;
+    }
+    return {Kind::unsupportedRecording, {}};
 }
 
 TranscriptionServiceError cancelledError() {

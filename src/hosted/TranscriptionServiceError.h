@@ -15,6 +15,10 @@ struct TranscriptionServiceError {
         // carries its sentence.
         engine,
         cancelled,
+        // More text than the finishing pass takes at once.
+        textTooLong,
+        // The temporary folder (`detail`) took no part or copy of the recording.
+        temporaryFilesUnwritable,
     };
     Kind kind = Kind::invalidResponse;
     QString detail;
@@ -27,6 +31,8 @@ struct TranscriptionServiceError {
     static TranscriptionServiceError engine(QString sentence) {
         return {Kind::engine, std::move(sentence)};
     }
+    // Names the temporary folder as it is now.
+    static TranscriptionServiceError temporaryFilesUnwritable();
 
     friend bool operator==(const TranscriptionServiceError&,
                            const TranscriptionServiceError&) = default;

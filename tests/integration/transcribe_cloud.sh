@@ -51,6 +51,19 @@ for r in seen:
     print(r["path"], r["headers"].get("authorization"), b["mediaType"], b["cleanupMode"],
           len(base64.b64decode(b["audioBase64"])))')"
 
+# A failure of the service says nothing of History: the command line keeps no
+# history entry, and the user's file stays where it is.
+control /_control/script '{"replies": [{"path": "dictate", "status": 400, "json": {"error": "bad_audio"}},
+    {"path": "dictate", "status": 503, "json": {"error": "unavailable"}}]}' >/dev/null
+for failure in unreadable unavailable; do
+    said="$("$parlevo" transcribe "$wav" --model parlevo 2>&1 || echo "exit $?")"
+    check "the $failure service's sentence and status" "exit 1" "$(tail -n 1 <<<"$said")"
+    check "one sentence for the $failure service" 2 "$(wc -l <<<"$said")"
+    if grep -qi "history" <<<"$said"; then
+        check "no History for the $failure service" "" "$said"
+    fi
+done
+
 for model in whisper-large-v3 whisper-large-v3-turbo; do
     check "$model wants a connected account" \
         "Connect your Groq account in Settings, then retry."$'\n'"exit 1" \

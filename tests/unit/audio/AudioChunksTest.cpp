@@ -2,6 +2,7 @@
 #include "audio/AacEncoder.h"
 #include "audio/AudioDecoder.h"
 
+#include "support/CrampedFolder.h"
 #include "support/PrivateTemporaryFolder.h"
 #include "support/TestSupport.h"
 
@@ -155,6 +156,23 @@ TEST_F(AudioChunksTest, TinyMissingAndUnreadableFilesAreRefused) {
     EXPECT_EQ(partFolders(), foldersBefore);
 }
 
+// A temporary folder that takes no part is told apart from a recording that
+// cannot be read.
+TEST_F(AudioChunksTest, AFolderThatTakesNoPartIsNotAnUnreadableRecording) {
+    const QString recording = wave(u"long.wav"_s, 3'500'000);
+    const QString compressed = dir.filePath(u"take.m4a"_s);
+    {
+        auto encoder = AacEncoder::create(compressed);
+        ASSERT_TRUE(encoder);
+        ASSERT_TRUE(encoder->write(std::vector<qint16>(16'000, 1000)));
+        ASSERT_TRUE(encoder->finish());
+    }
+    qputenv("TMPDIR", crampedFolder(temporary.path()).toLocal8Bit());
+    EXPECT_EQ(AudioChunks::prepare(recording).error(), ChunkingError::cannotWriteParts);
+    EXPECT_EQ(AudioChunks::prepare(compressed).error(), ChunkingError::cannotWriteParts);
+    qputenv("TMPDIR", temporary.path().toLocal8Bit());
+}
+
 TEST_F(AudioChunksTest, ChunksBeforeTheDataAndAnUnfinishedHeaderAreRespected) {
     // A LIST chunk before the samples, and a data size of zero as a crash leaves it.
     QByteArray bytes = header(0);
@@ -205,7 +223,7 @@ TEST_F(AudioChunksTest, OtherFormatsBecomeCompressedMinuteParts) {
     const QString source = dir.filePath(u"long.m4a"_s);
     {
         auto encoder = AacEncoder::create(source);
-        ASSERT_TRUE(encoder) << encoder.error().toStdString();
+        ASSERT_TRUE(encoder) << encoder.error().message.toStdString();
         ASSERT_TRUE(encoder->write(tone(16000 * 130)));
         ASSERT_TRUE(encoder->finish());
     }

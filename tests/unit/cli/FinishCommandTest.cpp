@@ -1,9 +1,11 @@
 #include "cli/CommandLine.h"
 #include "cli/CommandSupport.h"
+#include "hosted/DictationIntelligence.h"
 #include "model/AppDataStore.h"
 #include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 
+#include <QBuffer>
 #include <QTemporaryDir>
 
 #include "CommandRun.h"
@@ -25,9 +27,14 @@ protected:
         qputenv("XDG_CONFIG_HOME", home.filePath(u"config"_s).toLocal8Bit());
         qputenv("XDG_DATA_HOME", home.filePath(u"data"_s).toLocal8Bit());
     }
-    Outcome finish(QString input, const QStringList& arguments) {
+    Outcome finish(const QString& input, const QStringList& arguments) {
+        return finishBytes(input.toUtf8(), arguments);
+    }
+    Outcome finishBytes(QByteArray input, const QStringList& arguments) {
         Outcome r{0, {}, {}};
-        QTextStream in(&input, QIODevice::ReadOnly), out(&r.out), err(&r.err);
+        QBuffer in(&input);
+        in.open(QIODevice::ReadOnly);
+        QTextStream out(&r.out), err(&r.err);
         r.status = runFinishCommand(arguments, in, out, err);
         return r;
     }
@@ -96,6 +103,25 @@ TEST_F(FinishCommandTest, silenceAndBadOptionsFailWithOneSentence) {
         EXPECT_EQ(r.err.count(u'\n'), 1) << r.err.toStdString();
     }
     EXPECT_TRUE(finish({}, {u"--style"_s, u"light"_s}).err.contains(u"exact, clean, polished"_s));
+}
+
+TEST_F(FinishCommandTest, unreadableAndOverlongInputFailsWithOneSentence) {
+    Outcome r = finishBytes("caf\xe9 ok\n", {u"--style"_s, u"clean"_s});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_TRUE(r.out.isEmpty());
+    EXPECT_EQ(r.err, u"Standard input is not UTF-8 text.\n"_s);
+
+    // Past what finishing takes, the input is not read to its end; a character
+    // cut in two where reading stops is no reason to call it unreadable.
+    const QByteArray accents = QString(DictationIntelligence::longestText * 2, u'é').toUtf8();
+    for (const QByteArray& input :
+         {QByteArray(DictationIntelligence::longestText + 1, 'a'), accents}) {
+        r = finishBytes(input, {u"--style"_s, u"excited"_s});
+        EXPECT_EQ(r.status, 1);
+        EXPECT_TRUE(r.out.isEmpty());
+        EXPECT_EQ(r.err.count(u'\n'), 1) << r.err.toStdString();
+        EXPECT_TRUE(r.err.contains(u"too long"_s)) << r.err.toStdString();
+    }
 }
 
 TEST_F(FinishCommandTest, isListedInTheOverviewAndHasHelp) {

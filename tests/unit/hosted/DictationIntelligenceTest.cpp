@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QLocale>
 #include <QTemporaryDir>
 
 #include <random>
@@ -332,4 +333,35 @@ TEST_F(DictationIntelligenceFinish, finishedTextIsAFixedPoint) {
         ASSERT_TRUE(again);
         EXPECT_EQ(again->transcript, finished->transcript);
     }
+}
+
+// The longest text is finished like any other; one character more is refused
+// by every call that takes a transcript, with the sentence that says so.
+TEST_F(DictationIntelligenceFinish, theLongestTextIsFinishedAndLongerIsRefused) {
+    QFile fixture(QStringLiteral(QUENDRA_FINISHING_FIXTURES "/long-dictation.txt"));
+    ASSERT_TRUE(fixture.open(QIODevice::ReadOnly));
+    const QString said = QString::fromUtf8(fixture.readAll()).simplified() + u' ';
+    QString longest;
+    while (longest.size() < DictationIntelligence::longestText)
+        longest += said;
+    longest.truncate(DictationIntelligence::longestText);
+    DictationIntelligence intelligence(sources);
+    FinishingContext context;
+    context.style = DictationStyle::clean;
+    const auto finished = intelligence.finish(longest, context);
+    ASSERT_TRUE(finished) << finished.error().message().toStdString();
+    EXPECT_GT(finished->transcript.size(), longest.size() / 2);
+    EXPECT_FALSE(finished->transcript.contains(u" um "_s, Qt::CaseInsensitive));
+
+    const QString longer = longest + u'.';
+    const auto tooLong = [](const auto& refused) {
+        return !refused && refused.error().kind == TranscriptionServiceError::Kind::textTooLong &&
+               refused.error().message().contains(
+                   QLocale(QLocale::English).toString(DictationIntelligence::longestText));
+    };
+    EXPECT_TRUE(tooLong(intelligence.finish(longer, context)));
+    EXPECT_TRUE(tooLong(intelligence.buildCleanupMessages(longer, context)));
+    EXPECT_TRUE(
+        tooLong(intelligence.cleanupIsSafeForMode(u"yes"_s, longer, DictationStyle::clean)));
+    EXPECT_TRUE(tooLong(intelligence.mergeCleanCandidate(longer, u"yes"_s, DictationStyle::clean)));
 }

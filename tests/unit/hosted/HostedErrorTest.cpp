@@ -39,6 +39,8 @@ TEST(HostedErrorMessages, DictationAndNoteSentencesSayWhereTheRecordingIsKept) {
                   sentence + u" Your recording is kept in History."_s);
         EXPECT_EQ(error.message(Context::note),
                   sentence + u" Your recording is kept on this computer."_s);
+        // A file the user named stays where it is; nothing keeps it elsewhere.
+        EXPECT_EQ(error.message(Context::file), sentence);
     }
 }
 
@@ -47,6 +49,7 @@ TEST(HostedErrorMessages, SomeSentencesDependOnTheContext) {
     EXPECT_EQ(invalid.message(Context::other), u"Parlevo couldn’t use that request. Try again."_s);
     EXPECT_EQ(invalid.message(Context::dictation),
               u"Parlevo couldn’t read that recording. Your recording is kept in History."_s);
+    EXPECT_EQ(invalid.message(Context::file), u"Parlevo couldn’t read that recording."_s);
     const auto signIn = HostedError::of(Kind::signInRequired);
     EXPECT_EQ(signIn.message(Context::other), u"Sign in to Parlevo first."_s);
     EXPECT_EQ(signIn.message(Context::note),
@@ -54,7 +57,7 @@ TEST(HostedErrorMessages, SomeSentencesDependOnTheContext) {
 }
 
 TEST(HostedErrorMessages, SignInSentencesNeverMentionARecording) {
-    for (Context context : {Context::dictation, Context::note, Context::other}) {
+    for (Context context : {Context::dictation, Context::note, Context::file, Context::other}) {
         EXPECT_EQ(HostedError::of(Kind::accountsUnavailable).message(context),
                   u"Sign-in isn’t available yet."_s);
         EXPECT_EQ(HostedError::of(Kind::signInCancelled).message(context),

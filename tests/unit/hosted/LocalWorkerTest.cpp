@@ -3,6 +3,7 @@
 #include "audio/AacEncoder.h"
 #include "hosted/LocalQwen.h"
 
+#include "support/CrampedFolder.h"
 #include "support/PrivateTemporaryFolder.h"
 #include "support/TestSupport.h"
 
@@ -150,6 +151,43 @@ TEST_F(LocalWorkerTest, ConvertedAudioMustStayUnderTwentyMinutesAndOneSecond) {
     EXPECT_EQ(ask(worker, wave(LocalWorker::largestConvertedBytes)), u"heard 19216000 samples"_s);
     EXPECT_EQ(ask(worker, wave(LocalWorker::largestConvertedBytes + 2)).error(),
               WorkerFailure::recordingTooLarge);
+}
+
+TEST_F(LocalWorkerTest, ACancelledRequestEndsItsAnswerAndQueuedOnesNeverStart) {
+    LocalWorker worker(queue, standIn());
+    const QString audio = wave(32'000);
+    const Cancellation cancel = std::make_shared<CancellationFlag>();
+    auto unanswered = worker.transcribe(audio, u"silent"_s, cancel);
+    auto queued = worker.transcribe(audio, u"en"_s, cancel);
+    auto other = worker.transcribe(audio, u"en"_s);
+    ASSERT_TRUE(processEventsUntil([&] { return logLines().contains(u"waiting"_s); }, 30'000));
+    cancel->cancel();
+    EXPECT_EQ(run(std::move(unanswered)).error(), WorkerFailure::stopped);
+    EXPECT_EQ(run(std::move(queued)).error(), WorkerFailure::stopped);
+    // A request nobody cancelled is answered by a new worker.
+    EXPECT_EQ(run(std::move(other)), u"heard 16000 samples"_s);
+    EXPECT_EQ(starts(), 2);
+    EXPECT_TRUE(QDir(QDir::tempPath()).entryList({u"quendra-local-*"_s}, QDir::Files).isEmpty());
+    // Already cancelled: nothing is started for it.
+    EXPECT_EQ(ask(worker, audio).value_or(QString()), u"heard 16000 samples"_s);
+    EXPECT_EQ(run(worker.transcribe(audio, u"en"_s, cancel)).error(), WorkerFailure::stopped);
+}
+
+TEST_F(LocalWorkerTest, AFolderThatTakesNoCopyIsNotAnUnreadableRecording) {
+    LocalWorker worker(queue, standIn());
+    LocalEngine engine(worker, OfflineSpeech::sentences(), {});
+    EngineRequest request{AudioPart{wave(32'000), 0, 1000}, {}, {}};
+    request.context.language = DictationLanguage::english;
+    const QString cramped = crampedFolder(temporary.path());
+    qputenv("TMPDIR", cramped.toLocal8Bit());
+    EXPECT_EQ(ask(worker, request.part.path).error(), WorkerFailure::cannotWriteCopy);
+    const auto failed = run(engine.transcribe(request));
+    qputenv("TMPDIR", temporary.path().toLocal8Bit());
+    ASSERT_FALSE(failed);
+    EXPECT_EQ(failed.error().kind, TranscriptionServiceError::Kind::temporaryFilesUnwritable);
+    EXPECT_TRUE(failed.error().message().contains(cramped))
+        << failed.error().message().toStdString();
+    EXPECT_EQ(starts(), 0);
 }
 
 TEST_F(LocalWorkerTest, QwenFailuresAreToldInItsSentences) {

@@ -52,6 +52,9 @@ std::expected<QString, QString> readText(QIODevice& input) {
 
 int finish(Invocation& in, QIODevice& input) {
     UserDefaults defaults;
+    // Your Words and style decide the text; without them it would be wrong.
+    if (auto status = refuseUnreadable(in, defaults))
+        return *status;
     AppDataStore store(defaults);
     FinishingContext context;
     context.style = store.dictationStyle();

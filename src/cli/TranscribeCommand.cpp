@@ -111,6 +111,9 @@ int transcribe(Invocation& in) {
         return in.failure(u"%1 is not a saved file; name a recording file."_s.arg(file));
 
     UserDefaults defaults;
+    // Your Words and style decide the text; without them it would be wrong.
+    if (auto status = refuseUnreadable(in, defaults))
+        return *status;
     AppDataStore store(defaults);
     TranscriptionRequest request;
     request.fileURL = info.absoluteFilePath();

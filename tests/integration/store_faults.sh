@@ -111,6 +111,7 @@ must_fail "permission denied" "${as_user[@]}" "$installed" words list
 must_fail "permission denied" "${as_user[@]}" "$installed" words add Lost
 must_fail "permission denied" "${as_user[@]}" "$installed" snippets remove "trigger 1"
 must_fail "permission denied" "${as_user[@]}" "$installed" history list
+must_fail "permission denied" "${as_user[@]}" "$installed" finish --style clean </dev/null
 if [ "$(id -u)" -eq 0 ]; then chown -R root "$harness_dir"; else chmod 600 "$defaults"; fi
 [ "$("$installed" words list)" = "Precious" ] || fail "the unreadable file was changed"
 

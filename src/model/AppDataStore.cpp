@@ -103,8 +103,8 @@ StoreResult<> AppDataStore::writeList(const QString& key, const QList<T>& list) 
     try {
         bytes = jsonBytes(Json(list));
     } catch (const nlohmann::json::exception&) {
-        return std::unexpected(invalid(u"Your %1 could not be saved: the list does not encode."_s.arg(
-            listName(key))));
+        return std::unexpected(
+            invalid(u"Your %1 could not be saved: the list does not encode."_s.arg(listName(key))));
     }
     return store.setData(key, bytes);
 }
@@ -322,13 +322,7 @@ QList<TranscriptEntry> AppDataStore::history() const {
     auto entries = purgedHistory(readList<TranscriptEntry>(Keys::transcriptHistory), &purged);
     if (purged) {
         // Shown purged at once; a failed save is tried again by the next read or change.
-        (void)store.change([&]() -> StoreResult<> {
-            bool again = false;
-            auto stored = readListToChange<TranscriptEntry>(Keys::transcriptHistory);
-            if (!stored)
-                return std::unexpected(stored.error());
-            return writeHistory(purgedHistory(*stored, &again));
-        });
+        (void)changeHistory([](QList<TranscriptEntry>&) {});
     }
     return entries;
 }
@@ -339,26 +333,28 @@ StoreResult<> AppDataStore::writeHistory(QList<TranscriptEntry> entries) const {
     return writeList(Keys::transcriptHistory, entries);
 }
 
-StoreResult<> AppDataStore::addHistory(const TranscriptEntry& entry) {
+StoreResult<>
+AppDataStore::changeHistory(const std::function<void(QList<TranscriptEntry>&)>& edit) const {
     return store.change([&]() -> StoreResult<> {
         bool purged = false;
         auto stored = readListToChange<TranscriptEntry>(Keys::transcriptHistory);
         if (!stored)
             return std::unexpected(stored.error());
         auto entries = purgedHistory(*stored, &purged);
-        entries.removeIf([&](const auto& e) { return e.id == entry.id; });
-        entries.prepend(entry);
+        edit(entries);
         return writeHistory(entries);
     });
 }
 
+StoreResult<> AppDataStore::addHistory(const TranscriptEntry& entry) {
+    return changeHistory([&](QList<TranscriptEntry>& entries) {
+        entries.removeIf([&](const auto& e) { return e.id == entry.id; });
+        entries.prepend(entry);
+    });
+}
+
 StoreResult<> AppDataStore::importHistory(const TranscriptEntry& entry) {
-    return store.change([&]() -> StoreResult<> {
-        bool purged = false;
-        auto stored = readListToChange<TranscriptEntry>(Keys::transcriptHistory);
-        if (!stored)
-            return std::unexpected(stored.error());
-        auto entries = purgedHistory(*stored, &purged);
+    return changeHistory([&](QList<TranscriptEntry>& entries) {
         auto it = std::find_if(entries.begin(), entries.end(),
                                [&](const auto& e) { return e.id == entry.id; });
         if (it != entries.end())
@@ -366,7 +362,6 @@ StoreResult<> AppDataStore::importHistory(const TranscriptEntry& entry) {
         else
             entries.append(entry);
         sortNewestFirst(entries);
-        return writeHistory(entries);
     });
 }
 

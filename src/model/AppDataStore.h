@@ -5,8 +5,8 @@
 #include "DictationShortcut.h"
 #include "DictationStyle.h"
 #include "DictionaryRecords.h"
-#include "StoreError.h"
 #include "RecordingDuration.h"
+#include "StoreError.h"
 #include "TranscriptEntry.h"
 #include "UserDefaults.h"
 #include "WritingSurface.h"
@@ -74,18 +74,21 @@ public:
     // identifier, a spelling already in the list (in any case) takes the new
     // spelling and gains the new forms. An `invalid` error when nothing valid
     // remains.
-    [[nodiscard]] StoreResult<> saveReviewedSpelling(const QString& spelling, const QStringList& forms,
-                              std::optional<QUuid> replacing = std::nullopt);
+    [[nodiscard]] StoreResult<> saveReviewedSpelling(const QString& spelling,
+                                                     const QStringList& forms,
+                                                     std::optional<QUuid> replacing = std::nullopt);
     [[nodiscard]] StoreResult<> removeDictionaryEntry(const QUuid& id);
     // Merges one entry from the workspace; none removes the local one.
-    [[nodiscard]] StoreResult<> importWord(const std::optional<PersonalDictionaryEntry>& entry, const QUuid& id);
+    [[nodiscard]] StoreResult<> importWord(const std::optional<PersonalDictionaryEntry>& entry,
+                                           const QUuid& id);
 
     // Voice snippets, in a stable order by trigger.
     QList<VoiceSnippet> snippets() const;
     // An `invalid` error when the trigger or the expansion is empty.
     [[nodiscard]] StoreResult<> saveSnippet(const QString& trigger, const QString& expansion);
     [[nodiscard]] StoreResult<> removeSnippet(const QUuid& id);
-    [[nodiscard]] StoreResult<> importSnippet(const std::optional<VoiceSnippet>& snippet, const QUuid& id);
+    [[nodiscard]] StoreResult<> importSnippet(const std::optional<VoiceSnippet>& snippet,
+                                              const QUuid& id);
 
     // History, newest first; context text older than a day is purged on read.
     QList<TranscriptEntry> history() const;
@@ -94,7 +97,8 @@ public:
 
     // Per-surface style overrides.
     QMap<WritingSurface, DictationStyle> surfaceStyles() const;
-    [[nodiscard]] StoreResult<> setStyle(std::optional<DictationStyle> style, WritingSurface surface);
+    [[nodiscard]] StoreResult<> setStyle(std::optional<DictationStyle> style,
+                                         WritingSurface surface);
 
     // Words the user turned down as dictionary suggestions, normalised.
     QStringList dismissedWordSuggestions() const;
@@ -119,7 +123,8 @@ public:
     DictationShortcut dictationShortcut() const;
     [[nodiscard]] StoreResult<> setDictationShortcut(const DictationShortcut& shortcut);
     std::optional<DictationShortcut> notesRecordingShortcut() const;
-    [[nodiscard]] StoreResult<> setNotesRecordingShortcut(const std::optional<DictationShortcut>& shortcut);
+    [[nodiscard]] StoreResult<>
+    setNotesRecordingShortcut(const std::optional<DictationShortcut>& shortcut);
     RecordingDuration recordingDuration() const;
     [[nodiscard]] StoreResult<> setRecordingDuration(RecordingDuration duration);
     DictationModel dictationModel() const;
@@ -159,6 +164,8 @@ private:
     StoreResult<QList<PersonalDictionaryEntry>> dictionaryToChange() const;
     StoreResult<> writeDictionary(const QList<PersonalDictionaryEntry>& entries) const;
     StoreResult<> writeHistory(QList<TranscriptEntry> entries) const;
+    // One locked change of the history as stored now, old context purged.
+    StoreResult<> changeHistory(const std::function<void(QList<TranscriptEntry>&)>& edit) const;
     QList<TranscriptEntry> purgedHistory(QList<TranscriptEntry> entries, bool* purged) const;
 
     UserDefaults& store;

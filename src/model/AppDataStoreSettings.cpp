@@ -74,7 +74,8 @@ StoreResult<> AppDataStore::setDictationShortcut(const DictationShortcut& shortc
 std::optional<DictationShortcut> AppDataStore::notesRecordingShortcut() const {
     return readShortcut(store, Keys::notesRecordingShortcut);
 }
-StoreResult<> AppDataStore::setNotesRecordingShortcut(const std::optional<DictationShortcut>& shortcut) {
+StoreResult<>
+AppDataStore::setNotesRecordingShortcut(const std::optional<DictationShortcut>& shortcut) {
     if (shortcut)
         return store.setData(Keys::notesRecordingShortcut, jsonBytes(Json(*shortcut)));
     return store.remove(Keys::notesRecordingShortcut);

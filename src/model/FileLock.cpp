@@ -41,8 +41,8 @@ StoreResult<FileLock> FileLock::acquire(const QString& lockPath, const QString& 
     std::uint64_t lastHolder = holderCount(fd);
     while (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK && errno != EINTR)
-            return std::unexpected(StoreError{
-                StoreError::Kind::notSaved, DurableFile::failureSentence(true, lockPath, errno)});
+            return std::unexpected(StoreError{StoreError::Kind::notSaved,
+                                              DurableFile::failureSentence(true, lockPath, errno)});
         // The time-out is for one holder that keeps the lock, not for a queue
         // of holders that each keep it briefly.
         if (const std::uint64_t holder = holderCount(fd); holder != lastHolder) {
@@ -53,8 +53,7 @@ StoreResult<FileLock> FileLock::acquire(const QString& lockPath, const QString& 
             return std::unexpected(StoreError{
                 StoreError::Kind::busy,
                 u"Another Parlevo process has been changing %1 for more than %2 seconds, so "
-                u"nothing was changed. Try again once it has finished (its lock is %3)."_s
-                    .arg(what)
+                u"nothing was changed. Try again once it has finished (its lock is %3)."_s.arg(what)
                     .arg(std::chrono::duration<double>(timeout).count())
                     .arg(lockPath)});
         std::this_thread::sleep_for(pause);

@@ -155,8 +155,8 @@ StoreResult<> UserDefaults::change(const std::function<StoreResult<>()>& edit) {
     // The lock file lives in the folder, so the folder comes first.
     QString error;
     if (!makePrivateDirectory(QFileInfo(path).absolutePath(), &error))
-        return std::unexpected(StoreError{
-            StoreError::Kind::notSaved, u"Could not save %1: %2."_s.arg(path, error.toLower())});
+        return std::unexpected(StoreError{StoreError::Kind::notSaved,
+                                          u"Could not save %1: %2."_s.arg(path, error.toLower())});
     auto lock = FileLock::acquire(lockPath(), u"your settings"_s);
     if (!lock)
         return std::unexpected(lock.error());

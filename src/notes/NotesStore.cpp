@@ -232,14 +232,18 @@ StoreResult<Note> NotesStore::decodeRecord(const QUuid& id, const QByteArray& by
     return note;
 }
 
+StoreResult<Note> NotesStore::readIn(int folder, const QUuid& id) const {
+    const auto bytes = readRecord(folder, id);
+    if (!bytes)
+        return std::unexpected(bytes.error());
+    return decodeRecord(id, *bytes);
+}
+
 StoreResult<Note> NotesStore::read(const QUuid& id) const {
     const auto folder = openNoteFolder(id);
     if (!folder)
         return std::unexpected(folder.error());
-    const auto bytes = readRecord(folder->get(), id);
-    if (!bytes)
-        return std::unexpected(bytes.error());
-    return decodeRecord(id, *bytes);
+    return readIn(folder->get(), id);
 }
 
 StoreResult<> NotesStore::write(int folder, const Note& note) {
@@ -352,10 +356,7 @@ StoreResult<Note> NotesStore::update(const QUuid& id, const std::function<void(N
     const auto folder = openNoteFolder(id);
     if (!folder)
         return std::unexpected(folder.error());
-    const auto bytes = readRecord(folder->get(), id);
-    if (!bytes)
-        return std::unexpected(bytes.error());
-    auto note = decodeRecord(id, *bytes);
+    auto note = readIn(folder->get(), id);
     if (!note)
         return note;
     change(*note);
@@ -390,10 +391,7 @@ StoreResult<Note> NotesStore::removeAudio(const QUuid& id) {
     const auto folder = openNoteFolder(id);
     if (!folder)
         return std::unexpected(folder.error());
-    const auto bytes = readRecord(folder->get(), id);
-    if (!bytes)
-        return std::unexpected(bytes.error());
-    auto note = decodeRecord(id, *bytes);
+    auto note = readIn(folder->get(), id);
     if (!note)
         return note;
     if (const int error = removeContentsAt(folder->get(), noteFileName, 0))

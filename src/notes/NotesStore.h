@@ -99,6 +99,8 @@ private:
     StoreResult<FileLock> lock(const QUuid& id) const;
     StoreResult<FileDescriptor> openNoteFolder(const QUuid& id) const;
     StoreResult<QByteArray> readRecord(int folder, const QUuid& id) const;
+    // The note in an open folder, decoded; with the lock held for a change.
+    StoreResult<Note> readIn(int folder, const QUuid& id) const;
     StoreResult<Note> decodeRecord(const QUuid& id, const QByteArray& bytes) const;
     StoreResult<Note> read(const QUuid& id) const;
     StoreResult<> write(int folder, const Note& note);

@@ -37,7 +37,8 @@ protected:
 } // namespace
 
 TEST_F(AppDataStoreTest, legacyDictionaryMigratesOnceAndStaysInPlace) {
-    ASSERT_TRUE(defaults.setData(u"personalDictionary"_s, R"(["Kubernetes","kubernetes","  Qt  6 "])"));
+    ASSERT_TRUE(
+        defaults.setData(u"personalDictionary"_s, R"(["Kubernetes","kubernetes","  Qt  6 "])"));
     EXPECT_EQ(spellings(), (QStringList{u"Kubernetes"_s, u"Qt 6"_s}));
     EXPECT_TRUE(defaults.contains(u"personalDictionaryV2"_s));
     EXPECT_TRUE(defaults.contains(u"personalDictionary"_s));
@@ -92,7 +93,8 @@ TEST_F(AppDataStoreTest, dictionaryNormalisesSpellingsAndSpokenForms) {
 
 TEST_F(AppDataStoreTest, importedWordsAndSnippetsMergeByIdentifier) {
     const QUuid id = QUuid::createUuid();
-    ASSERT_TRUE(store.importWord(PersonalDictionaryEntry{QUuid(), u"Parlevo"_s, {u"par levo"_s}}, id));
+    ASSERT_TRUE(
+        store.importWord(PersonalDictionaryEntry{QUuid(), u"Parlevo"_s, {u"par levo"_s}}, id));
     ASSERT_EQ(store.dictionaryEntries().size(), 1);
     EXPECT_EQ(store.dictionaryEntries()[0].id, id);
     ASSERT_TRUE(store.importWord(PersonalDictionaryEntry{id, u"Parlevo!"_s, {}}, id));
@@ -223,7 +225,8 @@ TEST_F(AppDataStoreTest, surfaceStylesAndDismissedSuggestions) {
     EXPECT_EQ(defaults.stringMap(u"surfaceStyles"_s),
               (QMap<QString, QString>{{u"email"_s, u"polished"_s}}));
 
-    ASSERT_TRUE(store.dismissWordSuggestions({u"Kube-Ctl!"_s, u"kubectl"_s, u"  ...  "_s, u"Éclair"_s}));
+    ASSERT_TRUE(
+        store.dismissWordSuggestions({u"Kube-Ctl!"_s, u"kubectl"_s, u"  ...  "_s, u"Éclair"_s}));
     ASSERT_TRUE(store.dismissWordSuggestions({u"KUBECTL"_s}));
     EXPECT_EQ(store.dismissedWordSuggestions(), (QStringList{u"kubectl"_s, u"éclair"_s}));
 }
@@ -240,7 +243,8 @@ TEST_F(AppDataStoreTest, scalarSettingsHaveDefaultsAndRoundTrip) {
     ASSERT_TRUE(store.setDictationLanguage(DictationLanguage::ukrainian));
     ASSERT_TRUE(store.setRecordingDuration(RecordingDuration::sixty));
     ASSERT_TRUE(store.setDictationModel(DictationModel::offline));
-    ASSERT_TRUE(store.setNotesRecordingShortcut(DictationShortcut{15, CarbonModifier::control, u"R"_s}));
+    ASSERT_TRUE(
+        store.setNotesRecordingShortcut(DictationShortcut{15, CarbonModifier::control, u"R"_s}));
     EXPECT_EQ(defaults.string(u"dictationStyle"_s), u"prompt"_s);
     EXPECT_EQ(defaults.string(u"dictationLanguage"_s), u"uk"_s);
     EXPECT_EQ(defaults.integer(u"recordingDuration"_s), 60);

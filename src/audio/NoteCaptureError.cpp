@@ -7,7 +7,7 @@ namespace quendra {
 QString message(NoteCaptureError error) {
     switch (error) {
     case NoteCaptureError::microphoneUnavailable:
-        return u"The microphone could not start. Check the input in System Settings, then try again."_s;
+        return u"The microphone could not start. Check the input in the desktop’s sound settings, then try again."_s;
     case NoteCaptureError::systemAudioUnavailable:
         return u"This computer’s audio could not be captured."_s;
     case NoteCaptureError::diskFull:

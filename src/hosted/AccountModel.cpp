@@ -10,14 +10,14 @@ std::expected<QString, QString> AccountModel::enterAccessCode(const QString& tex
         return std::unexpected(
             u"That doesn’t look like a Parlevo access code. Codes start with pvb_."_s);
     if (!tokens.saveAccessCode(code))
-        return std::unexpected(u"Keychain could not save the code. Try again."_s);
+        return std::unexpected(u"The system keyring could not save the code. Try again."_s);
     return u"Signed in with an access code."_s;
 }
 
 std::expected<HostedTokenStore::Status, QString> AccountModel::unlock() {
     const HostedTokenStore::Status status = tokens.authorize();
     if (status == HostedTokenStore::Status::locked)
-        return std::unexpected(u"Keychain access was not approved. Try again, or sign in again."_s);
+        return std::unexpected(u"Access to the system keyring was not approved. Try again, or sign in again."_s);
     return status;
 }
 

@@ -14,7 +14,7 @@ std::optional<QString> ConnectionStore::connectionKey(const QString& provider) {
 std::expected<void, QString> ConnectionStore::saveConnectionKey(const QString& provider,
                                                                 const QString& key) {
     if (!save(provider, key.trimmed()))
-        return std::unexpected(u"Keychain could not save the connection. Try again."_s);
+        return std::unexpected(u"The system keyring could not save the connection. Try again."_s);
     return {};
 }
 

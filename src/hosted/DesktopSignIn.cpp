@@ -115,7 +115,7 @@ DesktopSignIn::run(QString device, std::function<void(const DesktopSignInStart&)
             if (!tokens.saveSession(claim->sessionToken)) {
                 if (!HostedTokenStore::isSessionToken(claim->sessionToken))
                     co_return couldNotFinish;
-                co_return failed(u"Keychain could not save your sign-in. Try again."_s);
+                co_return failed(u"The system keyring could not save your sign-in. Try again."_s);
             }
             co_return SignInOutcome{SignInOutcome::Kind::signedIn, {}, claim->account};
         }

@@ -47,7 +47,7 @@ std::optional<QString> CaptureResult::message() const {
     case CaptureKind::accepted:
         return std::nullopt;
     case CaptureKind::needsModifier:
-        return label + u" needs Command, Option, or Control to work globally."_s;
+        return label + u" needs Ctrl, Alt, or Super to work globally."_s;
     case CaptureKind::unusable:
         return u"That key can’t be used. Press a different shortcut."_s;
     }

@@ -17,7 +17,7 @@ struct CaptureResult {
     DictationShortcut shortcut; // when accepted
     QString label;              // when a modifier is needed
 
-    // "A needs Command, Option, or Control to work globally." and the like.
+    // "A needs Ctrl, Alt, or Super to work globally." and the like.
     std::optional<QString> message() const;
 };
 

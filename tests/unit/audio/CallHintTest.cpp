@@ -56,7 +56,7 @@ TEST(CallHint, aCallIsLikelyWithAnyAudioApplicationOrTheMicrophone) {
 TEST(NoteCaptureError, sentencesAndTheOneGigabyteRule) {
     EXPECT_EQ(
         message(NoteCaptureError::microphoneUnavailable),
-        u"The microphone could not start. Check the input in System Settings, then try again."_s);
+        u"The microphone could not start. Check the input in the desktop’s sound settings, then try again."_s);
     EXPECT_EQ(message(NoteCaptureError::systemAudioUnavailable),
               u"This computer’s audio could not be captured."_s);
     EXPECT_EQ(message(NoteCaptureError::diskFull),

@@ -83,7 +83,7 @@ TEST_F(RecordCommandTest, NoteWithoutASoundServerLeavesNoNote) {
     const Outcome r = run({u"notes"_s, u"record"_s, u"--call"_s});
     EXPECT_EQ(r.status, 1);
     EXPECT_TRUE(r.err.contains(
-        u"The microphone could not start. Check the input in System Settings, then try again."_s))
+        u"The microphone could not start. Check the input in the desktop’s sound settings, then try again."_s))
         << r.err.toStdString();
     EXPECT_TRUE(r.out.isEmpty());
     EXPECT_TRUE(NotesStore().loadAll().notes.isEmpty());

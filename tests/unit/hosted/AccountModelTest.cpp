@@ -43,7 +43,7 @@ TEST_F(AccountModelTest, OnlyAnAccessCodeOfTheRightFormIsSaved) {
 TEST_F(AccountModelTest, ACodeTheKeyringRefusesIsReported) {
     keyring.setReadOnly(true);
     EXPECT_EQ(account.enterAccessCode(code).error(),
-              u"Keychain could not save the code. Try again."_s);
+              u"The system keyring could not save the code. Try again."_s);
     EXPECT_EQ(tokens.status(), Status::signedOut);
 }
 
@@ -52,7 +52,7 @@ TEST_F(AccountModelTest, UnlockingThatIsNotApprovedSaysSo) {
     keyring.setLocked(true, false);
     tokens.invalidate();
     EXPECT_EQ(account.unlock().error(),
-              u"Keychain access was not approved. Try again, or sign in again."_s);
+              u"Access to the system keyring was not approved. Try again, or sign in again."_s);
     keyring.setLocked(true, true);
     EXPECT_EQ(account.unlock().value(), Status::session);
 }

@@ -127,7 +127,7 @@ TEST(ConnectionStoreTest, PersonalConnectionKeysLiveBesideTheSignIn) {
     EXPECT_EQ(connections.connectionKey(u"groq"_s), u"gsk_key"_s);
     keyring.setReadOnly(true);
     EXPECT_EQ(connections.saveConnectionKey(u"groq"_s, u"other"_s).error(),
-              u"Keychain could not save the connection. Try again."_s);
+              u"The system keyring could not save the connection. Try again."_s);
     keyring.setLocked(true);
     EXPECT_EQ(connections.connectionKey(u"groq"_s), std::nullopt);
 }

@@ -90,7 +90,7 @@ TEST_F(NoteRecorderTest, MicrophoneThatWillNotStartLeavesNothingBehind) {
     EXPECT_EQ(refused.error().error, NoteCaptureError::microphoneUnavailable);
     EXPECT_EQ(
         refused.error().message,
-        u"The microphone could not start. Check the input in System Settings, then try again."_s);
+        u"The microphone could not start. Check the input in the desktop’s sound settings, then try again."_s);
     EXPECT_FALSE(recorder.isRecording());
     EXPECT_EQ(sources.computerAudioRequests, 0);
     EXPECT_TRUE(QDir(dir.path()).isEmpty());

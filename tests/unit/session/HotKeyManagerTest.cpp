@@ -112,7 +112,7 @@ TEST_F(ShortcutSettingsTest, TheTwoShortcutsNeverShareACombination) {
 TEST(ShortcutCapture, NamedKeysFunctionKeysAndModifiers) {
     const auto shiftA = captureShortcut(0, CarbonModifier::shift, u"a"_s);
     EXPECT_EQ(shiftA.kind, CaptureKind::needsModifier);
-    EXPECT_EQ(shiftA.message(), u"A needs Command, Option, or Control to work globally."_s);
+    EXPECT_EQ(shiftA.message(), u"A needs Ctrl, Alt, or Super to work globally."_s);
 
     const auto f5 = captureShortcut(96, 0, std::nullopt);
     EXPECT_EQ(f5.kind, CaptureKind::accepted);

@@ -37,26 +37,6 @@ int openFile(const QString& path, int flags) {
     return fd;
 }
 
-// Returns 0 or the errno of the failed write; partial writes are continued.
-int writeAll(int fd, const char* data, qint64 size, std::optional<qint64> offset = {}) {
-    while (size > 0) {
-        const ssize_t n = offset ? ::pwrite(fd, data, size_t(size), off_t(*offset))
-                                 : ::write(fd, data, size_t(size));
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return errno;
-        }
-        if (n == 0)
-            return ENOSPC;
-        data += n;
-        size -= n;
-        if (offset)
-            *offset += n;
-    }
-    return 0;
-}
-
 int syncFile(int fd) {
     return ::fdatasync(fd) == 0 ? 0 : errno;
 }

@@ -49,22 +49,6 @@ StoreError failed(bool saving, const QString& path, int error) {
     return {kind, failureSentence(saving, path, error)};
 }
 
-int writeAll(int fd, const char* data, qint64 size) {
-    while (size > 0) {
-        const ssize_t n = ::write(fd, data, static_cast<size_t>(size));
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return errno;
-        }
-        if (n == 0)
-            return ENOSPC;
-        data += n;
-        size -= n;
-    }
-    return 0;
-}
-
 QByteArray temporaryName(const QByteArray& name) {
     static std::atomic<unsigned> counter = 0;
     return "." + name + ".new-" + QByteArray::number(::getpid()) + "-" +

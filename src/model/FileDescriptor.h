@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QtGlobal>
+
 #include <cerrno>
+#include <optional>
 #include <unistd.h>
 #include <utility>
 
@@ -40,5 +43,26 @@ public:
 private:
     int fd;
 };
+
+// Writes all of `data`, at `offset` when given (which then advances),
+// continuing partial writes. Returns 0 or the errno of the failed write.
+inline int writeAll(int fd, const char* data, qint64 size, std::optional<qint64> offset = {}) {
+    while (size > 0) {
+        const ssize_t n = offset ? ::pwrite(fd, data, size_t(size), off_t(*offset))
+                                 : ::write(fd, data, size_t(size));
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            return errno;
+        }
+        if (n == 0)
+            return ENOSPC;
+        data += n;
+        size -= n;
+        if (offset)
+            *offset += n;
+    }
+    return 0;
+}
 
 } // namespace quendra

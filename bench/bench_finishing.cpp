@@ -5,7 +5,7 @@
 // hours (10,000 words is an hour of speech), whose times should grow in
 // proportion to their length.
 
-#include "hosted/DictationIntelligence.h"
+#include "transcription/DictationIntelligence.h"
 
 #include "support/CoreApplication.h"
 #include <QStringList>

@@ -1,6 +1,6 @@
 #include "audio/AudioChunks.h"
 #include "audio/WaveFileWriter.h"
-#include "hosted/PartCache.h"
+#include "transcription/PartCache.h"
 
 #include <QDir>
 #include <QFile>

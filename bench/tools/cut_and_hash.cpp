@@ -3,7 +3,7 @@
 // Usage: cut_and_hash FILE
 
 #include "audio/AudioChunks.h"
-#include "hosted/PartCache.h"
+#include "transcription/PartCache.h"
 
 #include <cstdio>
 

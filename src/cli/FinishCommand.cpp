@@ -1,6 +1,6 @@
 #include "CommandSupport.h"
 
-#include "hosted/DictationIntelligence.h"
+#include "transcription/DictationIntelligence.h"
 #include "model/AppDataStore.h"
 
 #include <QFile>

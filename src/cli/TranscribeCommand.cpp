@@ -2,18 +2,18 @@
 #include "Interruption.h"
 
 #include "hosted/ConnectionStore.h"
-#include "hosted/GroqEngine.h"
+#include "transcription/GroqEngine.h"
 #include "hosted/HostedClient.h"
-#include "hosted/HostedEngine.h"
+#include "transcription/HostedEngine.h"
 #include "hosted/HostedTokenStore.h"
-#include "hosted/LocalQwen.h"
-#include "hosted/PartCache.h"
+#include "transcription/LocalQwen.h"
+#include "transcription/PartCache.h"
 #include "hosted/ServiceBaseURL.h"
-#include "hosted/TranscriptionService.h"
+#include "transcription/TranscriptionService.h"
 #include "model/AppDataStore.h"
 #include "model/AppPaths.h"
 
-#include "hosted/DictationIntelligence.h"
+#include "transcription/DictationIntelligence.h"
 
 #include <QFile>
 #include <QFileInfo>

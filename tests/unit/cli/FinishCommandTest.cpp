@@ -1,6 +1,6 @@
 #include "cli/CommandLine.h"
 #include "cli/CommandSupport.h"
-#include "hosted/DictationIntelligence.h"
+#include "transcription/DictationIntelligence.h"
 #include "model/AppDataStore.h"
 #include "support/CoreApplication.h"
 #include "support/TestSupport.h"

@@ -1,7 +1,7 @@
 // Access codes, unlocking, sign-out and account deletion.
 
 #include "hosted/AccountModel.h"
-#include "StandIn.h"
+#include "support/hosted/StandIn.h"
 #include "platform/MemoryCredentials.h"
 #include "support/TestSupport.h"
 

@@ -2,7 +2,7 @@
 // clock that only pretends to wait.
 
 #include "hosted/DesktopSignIn.h"
-#include "StandIn.h"
+#include "support/hosted/StandIn.h"
 #include "fakes/RecordingUrlOpener.h"
 #include "hosted/AccountModel.h"
 #include "platform/MemoryCredentials.h"

@@ -2,7 +2,7 @@
 // result, every failure mapping, redirects, time-outs and cancellation.
 
 #include "hosted/HostedClient.h"
-#include "StandIn.h"
+#include "support/hosted/StandIn.h"
 #include "support/TestSupport.h"
 
 #include <QTimer>

@@ -2,7 +2,7 @@
 // may replace it, and the authorities trusted for it.
 
 #include "hosted/ServiceBaseURL.h"
-#include "StandIn.h"
+#include "support/hosted/StandIn.h"
 #include "model/UserDefaults.h"
 #include "support/TestSupport.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HostedDictation.h"
+#include "hosted/HostedDictation.h"
 #include "TranscriptionEngine.h"
 
 namespace quendra {

@@ -1,4 +1,4 @@
-#include "hosted/LocalWorker.h"
+#include "transcription/LocalWorker.h"
 
 #include "audio/AudioDecoder.h"
 #include "audio/WaveFileWriter.h"

@@ -1,4 +1,4 @@
-#include "hosted/LocalEngine.h"
+#include "transcription/LocalEngine.h"
 
 namespace quendra {
 

@@ -1,6 +1,6 @@
-#include "hosted/TranscriptionService.h"
-#include "HostedTestSupport.h"
-#include "hosted/PartCache.h"
+#include "transcription/TranscriptionService.h"
+#include "support/hosted/HostedTestSupport.h"
+#include "transcription/PartCache.h"
 
 #include "support/TestSupport.h"
 

@@ -1,4 +1,4 @@
-#include "hosted/LocalQwen.h"
+#include "transcription/LocalQwen.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "hosted/QwenInstaller.h"
+#include "transcription/QwenInstaller.h"
 
 #include <QCoro/QCoroProcess>
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "hosted/HostedEngine.h"
+#include "transcription/HostedEngine.h"
 
 #include "insertion/WritingDestinations.h"
 

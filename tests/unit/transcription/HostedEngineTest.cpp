@@ -2,11 +2,11 @@
 // upload limits and parts, resuming after finished parts, how many calls
 // overlap, and what each dictation request carries.
 
-#include "hosted/HostedEngine.h"
-#include "StandIn.h"
-#include "TestRecording.h"
+#include "transcription/HostedEngine.h"
+#include "support/hosted/StandIn.h"
+#include "support/hosted/TestRecording.h"
 #include "hosted/HostedClient.h"
-#include "hosted/TranscriptionService.h"
+#include "transcription/TranscriptionService.h"
 
 #include <QFileInfo>
 #include <QTemporaryDir>

@@ -1,4 +1,4 @@
-#include "StandIn.h"
+#include "support/hosted/StandIn.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CancellationFlag.h"
+#include "hosted/CancellationFlag.h"
 #include "audio/SerialQueue.h"
 
 #include <QCoro/QCoroTask>

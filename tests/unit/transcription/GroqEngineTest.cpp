@@ -1,8 +1,8 @@
 // The Groq engine against the stand-in: the uploaded form, the formatting
 // call and when its candidate is taken, and the four failure sentences.
 
-#include "hosted/GroqEngine.h"
-#include "StandIn.h"
+#include "transcription/GroqEngine.h"
+#include "support/hosted/StandIn.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,8 +1,8 @@
-#include "hosted/GroqEngine.h"
+#include "transcription/GroqEngine.h"
 
 #include "hosted/EphemeralNetwork.h"
 
-#include "hosted/HostedEngine.h"
+#include "transcription/HostedEngine.h"
 
 #include <QFile>
 #include <QFileInfo>

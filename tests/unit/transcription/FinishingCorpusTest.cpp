@@ -3,7 +3,7 @@
 // local pass (DictationIntelligence::finish); a case with "call" calls one
 // script function with "arguments" and compares with "expect".
 
-#include "hosted/DictationIntelligence.h"
+#include "transcription/DictationIntelligence.h"
 #include "model/AppDataStore.h"
 #include "support/CoreApplication.h"
 #include "support/TestSupport.h"

@@ -1,4 +1,4 @@
-#include "hosted/DictationIntelligence.h"
+#include "transcription/DictationIntelligence.h"
 #include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 

@@ -1,7 +1,7 @@
-#include "hosted/LocalWorker.h"
-#include "HostedTestSupport.h"
+#include "transcription/LocalWorker.h"
+#include "support/hosted/HostedTestSupport.h"
 #include "audio/AacEncoder.h"
-#include "hosted/LocalQwen.h"
+#include "transcription/LocalQwen.h"
 
 #include "support/CrampedFolder.h"
 #include "support/PrivateTemporaryFolder.h"

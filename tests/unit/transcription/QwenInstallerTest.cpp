@@ -1,5 +1,5 @@
-#include "hosted/QwenInstaller.h"
-#include "HostedTestSupport.h"
+#include "transcription/QwenInstaller.h"
+#include "support/hosted/HostedTestSupport.h"
 
 #include "support/TestSupport.h"
 

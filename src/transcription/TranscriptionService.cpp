@@ -1,7 +1,7 @@
-#include "hosted/TranscriptionService.h"
+#include "transcription/TranscriptionService.h"
 
 #include "audio/TranscriptJoiner.h"
-#include "hosted/PartCache.h"
+#include "transcription/PartCache.h"
 
 #include <QTimer>
 

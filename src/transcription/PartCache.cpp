@@ -1,4 +1,4 @@
-#include "hosted/PartCache.h"
+#include "transcription/PartCache.h"
 
 #include <QCryptographicHash>
 #include <QFile>

@@ -4,7 +4,7 @@
 // part of a recording into text (hosted service, outside provider, local
 // workers).
 
-#include "CancellationFlag.h"
+#include "hosted/CancellationFlag.h"
 #include "DictationIntelligence.h"
 #include "TranscriptionServiceError.h"
 #include "audio/AudioChunks.h"

@@ -5,7 +5,7 @@
 
 #include <QCoreApplication>
 
-#include "TestRecording.h"
+#include "support/hosted/TestRecording.h"
 #include "support/CoreApplication.h"
 
 #include <QCoro/QCoroTask>

@@ -1,5 +1,7 @@
 #include "audio/DictationPCMWriter.h"
 
+#include "model/ApplicationId.h"
+
 #include <QLoggingCategory>
 
 #include <algorithm>
@@ -9,11 +11,11 @@ using namespace Qt::Literals::StringLiterals;
 namespace quendra {
 
 namespace {
-Q_LOGGING_CATEGORY(writerLog, "com.orvane.quendra.mac.audio")
+Q_LOGGING_CATEGORY(writerLog, QUENDRA_APPLICATION_ID ".audio")
 }
 
 QString DictationPCMWriter::queueLabel() {
-    return u"com.orvane.parlevo.dictation-audio"_s;
+    return QStringLiteral(QUENDRA_APPLICATION_ID ".dictation-audio");
 }
 
 std::expected<std::unique_ptr<DictationPCMWriter>, QString>

@@ -1,5 +1,7 @@
 #include "audio/SectionWriter.h"
 
+#include "model/ApplicationId.h"
+
 #include <QDir>
 #include <QLoggingCategory>
 #include <QtEndian>
@@ -16,7 +18,7 @@ namespace quendra {
 
 namespace {
 
-Q_LOGGING_CATEGORY(lcNoteCapture, "com.orvane.quendra.mac.note-capture")
+Q_LOGGING_CATEGORY(lcNoteCapture, QUENDRA_APPLICATION_ID ".note-capture")
 
 quint16 level(double squares, qint64 count) {
     const double rms = count > 0 ? std::sqrt(squares / double(count)) : 0.0;

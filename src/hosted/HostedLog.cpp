@@ -1,7 +1,9 @@
 #include "HostedLog.h"
 
+#include "model/ApplicationId.h"
+
 namespace quendra {
 
-Q_LOGGING_CATEGORY(hostedLog, "com.orvane.quendra.mac.hosted", QtInfoMsg)
+Q_LOGGING_CATEGORY(hostedLog, QUENDRA_APPLICATION_ID ".hosted", QtInfoMsg)
 
 } // namespace quendra

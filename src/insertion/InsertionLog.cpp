@@ -1,5 +1,7 @@
 #include "InsertionLog.h"
 
+#include "model/ApplicationId.h"
+
 namespace quendra {
-Q_LOGGING_CATEGORY(cursorInsertionLog, "com.orvane.quendra.mac.cursor-insertion")
+Q_LOGGING_CATEGORY(cursorInsertionLog, QUENDRA_APPLICATION_ID ".cursor-insertion")
 }

@@ -1,6 +1,7 @@
 #include "notes/NoteRecorder.h"
 
 #include "audio/PCMLevel.h"
+#include "model/ApplicationId.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -11,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace quendra {
 
 namespace {
-Q_LOGGING_CATEGORY(recorderLog, "com.orvane.quendra.mac.notes")
+Q_LOGGING_CATEGORY(recorderLog, QUENDRA_APPLICATION_ID ".notes")
 }
 
 QString NoteRecorder::microphoneStoppedMessage() {

@@ -1,6 +1,7 @@
 #include "NotesStore.h"
 
 #include "EnergyEnvelope.h"
+#include "model/ApplicationId.h"
 
 #include "audio/WaveFileWriter.h"
 #include "model/AppPaths.h"
@@ -27,7 +28,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-Q_LOGGING_CATEGORY(notesLog, "com.orvane.quendra.mac.notes")
+Q_LOGGING_CATEGORY(notesLog, QUENDRA_APPLICATION_ID ".notes")
 
 constexpr char noteFileName[] = "note.json";
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;

@@ -2,6 +2,7 @@
 
 #include "audio/AudioDecoder.h"
 #include "audio/WaveFileWriter.h"
+#include "model/ApplicationId.h"
 #include "model/Json.h"
 
 #include <QCoro/QCoroFuture>
@@ -19,7 +20,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
-Q_LOGGING_CATEGORY(workerLog, "com.orvane.quendra.mac.local-model")
+Q_LOGGING_CATEGORY(workerLog, QUENDRA_APPLICATION_ID ".local-model")
 
 using Result = std::expected<QString, WorkerFailure>;
 

@@ -1,5 +1,7 @@
 #include "platform/IdleInhibitor.h"
 
+#include "model/ApplicationId.h"
+
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -15,7 +17,7 @@ namespace quendra {
 
 namespace {
 
-Q_LOGGING_CATEGORY(inhibitLog, "com.orvane.quendra.mac.audio")
+Q_LOGGING_CATEGORY(inhibitLog, QUENDRA_APPLICATION_ID ".audio")
 
 // logind keeps the inhibition for as long as its descriptor is open.
 class LogindHold final : public IdleInhibitor::Hold {

@@ -1,5 +1,7 @@
 #include "platform/linux/PulseAudioConnection.h"
 
+#include "model/ApplicationId.h"
+
 #include <vector>
 
 using namespace Qt::Literals::StringLiterals;
@@ -30,7 +32,7 @@ PulseAudioConnection::open(const QString& clientName) {
         return std::unexpected(u"cannot create the sound server's main loop"_s);
     pa_proplist* props = pa_proplist_new();
     pa_proplist_sets(props, PA_PROP_APPLICATION_NAME, "Parlevo");
-    pa_proplist_sets(props, PA_PROP_APPLICATION_ID, "com.orvane.parlevo");
+    pa_proplist_sets(props, PA_PROP_APPLICATION_ID, QUENDRA_APPLICATION_ID);
     c->ctx = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(c->loop),
                                           clientName.toUtf8().constData(), props);
     pa_proplist_free(props);

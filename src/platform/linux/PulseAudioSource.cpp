@@ -1,5 +1,7 @@
 #include "platform/linux/PulseAudioSource.h"
 
+#include "model/ApplicationId.h"
+
 #include <QLoggingCategory>
 
 #include <cstring>
@@ -10,7 +12,7 @@ namespace quendra {
 
 namespace {
 
-Q_LOGGING_CATEGORY(audioLog, "com.orvane.quendra.mac.audio")
+Q_LOGGING_CATEGORY(audioLog, QUENDRA_APPLICATION_ID ".audio")
 
 // 50 ms fragments: low enough for the meters and the lag rule, few enough
 // wake-ups to keep the recorder's CPU share small.

@@ -1,5 +1,7 @@
 #include "SecretServiceBackend.h"
 
+#include "model/ApplicationId.h"
+
 #include <QLoggingCategory>
 
 #include <libsecret/secret.h>
@@ -10,7 +12,7 @@ namespace quendra {
 
 namespace {
 
-Q_LOGGING_CATEGORY(keyringLog, "com.orvane.quendra.mac.keyring")
+Q_LOGGING_CATEGORY(keyringLog, QUENDRA_APPLICATION_ID ".keyring")
 
 const SecretSchema* schema() {
     // Items written by other tools with the same attributes match as well.

@@ -1,5 +1,6 @@
-#include "QuendraMacApp.h"
+#include "QuendraApp.h"
 #include "cli/CommandLine.h"
+#include "context/AppContext.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -41,7 +42,9 @@ int main(int argc, char** argv) {
             err << decoded.error() << Qt::endl;
             return int(quendra::ExitStatus::usage);
         }
-        const int status = quendra::runCommandLine(decoded->mid(1), out, err);
+        quendra::AppContext context(*decoded);
+        const int status = quendra::runCommandLine(
+            context, quendra::QaSwitches::without(decoded->mid(1)), out, err);
         return quendra::finishOutput(status, out, err);
     }
     if (!hasDisplay()) {
@@ -56,7 +59,8 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(u"Parlevo"_s);
     QApplication::setOrganizationName(u"Quendra"_s);
     QApplication::setQuitOnLastWindowClosed(false);
-    quendra::QuendraMacApp parlevo(arguments);
+    quendra::AppContext context(arguments, quendra::AppContext::Front::application);
+    quendra::QuendraApp parlevo(context);
     if (!parlevo.start())
         return 1;
     return QApplication::exec();

@@ -2,8 +2,7 @@
 
 #include "hosted/AccountModel.h"
 #include "hosted/DesktopSignIn.h"
-#include "hosted/ServiceBaseURL.h"
-#include "model/UserDefaults.h"
+#include "hosted/HostedTokenStore.h"
 #include "platform/UrlOpener.h"
 
 #include <QHostInfo>
@@ -13,16 +12,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace quendra {
 
 namespace {
-
-// The real keyring and service, as the application wires them.
-struct Account {
-    UserDefaults defaults;
-    std::unique_ptr<CredentialBackend> keyring = CredentialBackend::create();
-    HostedTokenStore tokens{*keyring};
-    HostedClient client{HostedClientOptions{
-        serviceBaseURL(defaults), [this] { return tokens.bearer(); }, serviceTlsConfiguration()}};
-    AccountModel model{client, tokens};
-};
 
 QString statusName(HostedTokenStore::Status status) {
     switch (status) {
@@ -39,9 +28,8 @@ QString statusName(HostedTokenStore::Status status) {
 }
 
 int showStatus(Invocation& in) {
-    Account account;
     const HostedTokenStore::Status status =
-        in.flag(u"unlock"_s) ? account.tokens.authorize() : account.tokens.status();
+        in.flag(u"unlock"_s) ? in.app.tokens().authorize() : in.app.tokens().status();
     if (in.flag(u"json"_s)) {
         in.out << QString::fromUtf8(jsonBytes(Json{{"status", statusName(status)}})) << Qt::endl;
         return 0;
@@ -68,15 +56,14 @@ int showStatus(Invocation& in) {
 }
 
 int signIn(Invocation& in) {
-    Account account;
-    DesktopSignIn flow(account.client, account.tokens);
+    DesktopSignIn flow(in.app.hostedClient(), in.app.tokens());
     const bool openBrowser = !in.flag(u"no-browser"_s);
     const QString device = u"Parlevo on %1"_s.arg(QHostInfo::localHostName());
     QTextStream& out = in.out;
     const SignInOutcome outcome =
-        QCoro::waitFor(flow.run(device, [&out, openBrowser](const DesktopSignInStart& start) {
+        QCoro::waitFor(flow.run(device, [&in, &out, openBrowser](const DesktopSignInStart& start) {
             if (openBrowser)
-                UrlOpener::create()->open(start.authURL);
+                in.app.urlOpener().open(start.authURL);
             // Printed too, for a computer without a browser.
             out << u"Finish in your browser: "_s << start.authURL.toString(QUrl::FullyEncoded)
                 << Qt::endl;
@@ -88,8 +75,7 @@ int signIn(Invocation& in) {
 }
 
 int enterCode(Invocation& in) {
-    Account account;
-    const auto saved = account.model.enterAccessCode(in.positionals()[0]);
+    const auto saved = in.app.account().enterAccessCode(in.positionals()[0]);
     if (!saved)
         return in.failure(saved.error());
     in.out << *saved << Qt::endl;
@@ -97,9 +83,8 @@ int enterCode(Invocation& in) {
 }
 
 int signOut(Invocation& in) {
-    Account account;
-    const bool wasSignedIn = account.tokens.token().has_value();
-    QCoro::waitFor(account.model.signOut());
+    const bool wasSignedIn = in.app.tokens().token().has_value();
+    QCoro::waitFor(in.app.account().signOut());
     in.out << (wasSignedIn ? u"Signed out of Parlevo."_s : u"You were not signed in."_s)
            << Qt::endl;
     return 0;
@@ -107,7 +92,8 @@ int signOut(Invocation& in) {
 
 } // namespace
 
-int runAccountCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+int runAccountCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                      QTextStream& err) {
     const QList<Subcommand> subcommands{
         {u"status"_s,
          {u"account status [--json] [--unlock]"_s,
@@ -139,7 +125,7 @@ int runAccountCommand(const QStringList& arguments, QTextStream& out, QTextStrea
          {},
          signOut},
     };
-    return dispatch(u"account"_s, subcommands, arguments, out, err);
+    return dispatch(app, u"account"_s, subcommands, arguments, out, err);
 }
 
 } // namespace quendra

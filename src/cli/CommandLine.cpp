@@ -37,7 +37,7 @@ const QString overview =
     "reads and writes the same data as the application; only doctor, target and\n"
     "insert need the desktop."_s;
 
-using GroupRunner = int (*)(const QStringList&, QTextStream&, QTextStream&);
+using GroupRunner = int (*)(AppContext&, const QStringList&, QTextStream&, QTextStream&);
 
 GroupRunner groupRunner(const QString& name) {
     static const QHash<QString, GroupRunner> groups{
@@ -95,7 +95,8 @@ int finishOutput(int status, QTextStream& out, QTextStream& err) {
     return status == int(ExitStatus::success) ? int(ExitStatus::failure) : status;
 }
 
-int runCommandLine(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+int runCommandLine(AppContext& app, const QStringList& arguments, QTextStream& out,
+                   QTextStream& err) {
     const QString first = arguments.value(0);
     if (first == u"--help"_s || first == u"-h"_s || first == u"help"_s) {
         out << overview << Qt::endl;
@@ -106,7 +107,7 @@ int runCommandLine(const QStringList& arguments, QTextStream& out, QTextStream& 
         return int(ExitStatus::success);
     }
     if (const GroupRunner run = groupRunner(first))
-        return run(arguments.mid(1), out, err);
+        return run(app, arguments.mid(1), out, err);
     err << u"parlevo: “%1” is not a command; run “parlevo --help” to see the commands."_s.arg(first)
         << Qt::endl;
     return int(ExitStatus::usage);

@@ -7,6 +7,8 @@
 
 namespace quendra {
 
+class AppContext;
+
 // The exit statuses of the command line.
 enum class ExitStatus : int { success = 0, failure = 1, usage = 2 };
 
@@ -24,9 +26,10 @@ bool wantsCommandLine(const QStringList& arguments);
 // so needs a GUI application object.
 bool commandNeedsDisplay(const QStringList& arguments);
 
-// Runs one subcommand; `arguments` excludes the program name. The data is
-// the same defaults database and data folder the application uses.
-int runCommandLine(const QStringList& arguments, QTextStream& out, QTextStream& err);
+// Runs one subcommand; `arguments` excludes the program name. Its objects
+// come from `app`, the same owner the application builds them with.
+int runCommandLine(AppContext& app, const QStringList& arguments, QTextStream& out,
+                   QTextStream& err);
 
 // The status the process ends with once `out`, which writes to standard
 // output, is flushed: output that did not reach its file (a full disk, a

@@ -12,8 +12,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
-Invocation::Invocation(QString command, QStringList arguments, QTextStream& out, QTextStream& err)
-    : out(out)
+Invocation::Invocation(AppContext& app, QString command, QStringList arguments, QTextStream& out,
+                       QTextStream& err)
+    : app(app)
+    , out(out)
     , err(err)
     , command(std::move(command))
     , arguments(std::move(arguments)) {}
@@ -106,20 +108,20 @@ std::pair<IdLookup, QUuid> findIdentifier(const QString& text, const QList<QUuid
     return {hits.isEmpty() ? IdLookup::missing : IdLookup::ambiguous, {}};
 }
 
-void printNotices(Invocation& in, UserDefaults& defaults) {
-    for (const QString& notice : defaults.takeNotices())
+void printNotices(Invocation& in) {
+    for (const QString& notice : in.app.defaults().takeNotices())
         in.err << notice << Qt::endl;
 }
 
-std::optional<int> refuseUnreadable(Invocation& in, UserDefaults& defaults) {
-    printNotices(in, defaults);
-    if (const auto& problem = defaults.readProblem())
+std::optional<int> refuseUnreadable(Invocation& in) {
+    printNotices(in);
+    if (const auto& problem = in.app.defaults().readProblem())
         return in.failure(problem->message);
     return std::nullopt;
 }
 
-int storeFailure(Invocation& in, UserDefaults& defaults, const StoreError& error) {
-    printNotices(in, defaults);
+int storeFailure(Invocation& in, const StoreError& error) {
+    printNotices(in);
     if (error.kind == StoreError::Kind::notSaved)
         return in.failure(error.message + u" Nothing was changed."_s);
     return in.failure(error.message);
@@ -145,7 +147,7 @@ QString oneLine(const QString& text, qsizetype maxCharacters) {
     return prefixCharacters(flat, maxCharacters - 1).trimmed() + u"…"_s;
 }
 
-int dispatch(const QString& group, const QList<Subcommand>& subcommands,
+int dispatch(AppContext& app, const QString& group, const QList<Subcommand>& subcommands,
              const QStringList& arguments, QTextStream& out, QTextStream& err) {
     const QString first = arguments.value(0);
     if (first.isEmpty()) {
@@ -165,7 +167,7 @@ int dispatch(const QString& group, const QList<Subcommand>& subcommands,
     for (const auto& s : subcommands) {
         if (s.name != first)
             continue;
-        Invocation invocation(group + u' ' + s.name, arguments.mid(1), out, err);
+        Invocation invocation(app, group + u' ' + s.name, arguments.mid(1), out, err);
         if (!invocation.parse(s.help, s.positionals, s.flags, s.valueOptions))
             return int(ExitStatus::usage);
         if (invocation.helpRequested())

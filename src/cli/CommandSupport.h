@@ -4,6 +4,7 @@
 // lookup of records by identifier.
 
 #include "CommandLine.h"
+#include "context/AppContext.h"
 #include "model/RawValueEnum.h"
 #include "model/StoreError.h"
 
@@ -23,7 +24,8 @@ struct CommandHelp {
 
 class Invocation {
 public:
-    Invocation(QString command, QStringList arguments, QTextStream& out, QTextStream& err);
+    Invocation(AppContext& app, QString command, QStringList arguments, QTextStream& out,
+               QTextStream& err);
 
     // Parses the arguments of a leaf command; false (after printing the
     // reason) when they do not fit.
@@ -41,6 +43,8 @@ public:
     int failure(const QString& sentence) const;
     int printHelp(const CommandHelp& help) const;
 
+    // The owner of every object a command uses.
+    AppContext& app;
     QTextStream& out;
     QTextStream& err;
     const QString command; // "words add"
@@ -85,16 +89,14 @@ bool enumOption(Invocation& in, const QString& option, const QString& what, E& v
     return true;
 }
 
-class UserDefaults;
-
 // The defaults database as commands use it. Each prints on standard error
 // what the store kept aside meanwhile; the first gives the failure status when
 // the file could not be read, so that nothing is listed as empty or changed
 // that is not.
-std::optional<int> refuseUnreadable(Invocation& in, UserDefaults& defaults);
+std::optional<int> refuseUnreadable(Invocation& in);
 // Prints the sentence of a change that did not happen and gives the status.
-int storeFailure(Invocation& in, UserDefaults& defaults, const StoreError& error);
-void printNotices(Invocation& in, UserDefaults& defaults);
+int storeFailure(Invocation& in, const StoreError& error);
+void printNotices(Invocation& in);
 
 // A number of seconds as an option gives it: finite, not negative and at most
 // a week, so that it fits every timer it is turned into. None otherwise.
@@ -103,24 +105,35 @@ std::optional<double> parseSeconds(const QString& text);
 QString displayDate(const QDateTime& date);
 QString oneLine(const QString& text, qsizetype maxCharacters);
 
-int runWordsCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
-int runSnippetsCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
-int runHistoryCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
-int runNotesCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runWordsCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                    QTextStream& err);
+int runSnippetsCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                       QTextStream& err);
+int runHistoryCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                      QTextStream& err);
+int runNotesCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                    QTextStream& err);
 // "finish" reads its text from standard input, or from `input`.
-int runFinishCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
-int runFinishCommand(const QStringList& arguments, QIODevice& input, QTextStream& out,
+int runFinishCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
                      QTextStream& err);
-int runAccountCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
-int runRecordCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runFinishCommand(AppContext& app, const QStringList& arguments, QIODevice& input,
+                     QTextStream& out, QTextStream& err);
+int runAccountCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                      QTextStream& err);
+int runRecordCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                     QTextStream& err);
 // "notes record": records a note into the notes store.
 int recordNote(Invocation& in);
 // The value of --seconds: 0 when absent, none (after a usage error) when bad.
 std::optional<double> secondsOption(Invocation& in, int* status);
-int runTranscribeCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
-int runDoctorCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
-int runTargetCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
-int runInsertCommand(const QStringList& arguments, QTextStream& out, QTextStream& err);
+int runTranscribeCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                         QTextStream& err);
+int runDoctorCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                     QTextStream& err);
+int runTargetCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                     QTextStream& err);
+int runInsertCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                     QTextStream& err);
 
 // Dispatches "group sub ..." to the handler named by the first argument;
 // prints the group's help or a usage error otherwise.
@@ -132,7 +145,7 @@ struct Subcommand {
     QStringList valueOptions;
     int (*run)(Invocation&) = nullptr;
 };
-int dispatch(const QString& group, const QList<Subcommand>& subcommands,
+int dispatch(AppContext& app, const QString& group, const QList<Subcommand>& subcommands,
              const QStringList& arguments, QTextStream& out, QTextStream& err);
 
 } // namespace quendra

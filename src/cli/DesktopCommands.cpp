@@ -36,18 +36,15 @@ std::optional<double> seconds(const Invocation& invocation, const QString& name)
     return parseSeconds(values.last());
 }
 
-QStringList processArguments() {
-    return QCoreApplication::arguments();
-}
-
 } // namespace
 
-int runTargetCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+int runTargetCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                     QTextStream& err) {
     const CommandHelp help{u"parlevo target --watch [--seconds N]"_s,
                            u"Prints each change of the application and field that dictation\n"
                            "would write into, as it happens."_s};
-    Invocation invocation(u"target"_s, arguments, out, err);
-    if (!invocation.parse(help, 0, {u"watch"_s, u"qa-target-log"_s}, {u"seconds"_s}))
+    Invocation invocation(app, u"target"_s, arguments, out, err);
+    if (!invocation.parse(help, 0, {u"watch"_s}, {u"seconds"_s}))
         return int(ExitStatus::usage);
     if (invocation.helpRequested())
         return invocation.printHelp(help);
@@ -56,15 +53,16 @@ int runTargetCommand(const QStringList& arguments, QTextStream& out, QTextStream
     const auto limit = seconds(invocation, u"seconds"_s);
     if (!limit)
         return invocation.usageError(u"--seconds needs a number of seconds, at most a week"_s);
-    auto services = DesktopServices::connect();
-    if (!services)
-        return invocation.failure(services.error());
-
-    InsertionService service(*services->accessibility, *services->workspace, *services->pasteboard,
-                             *services->keys, processArguments());
-    AppTargetTracker tracker(*services->workspace, *services->accessibility, processArguments());
+    const auto services = app.desktop();
+    const auto insertion = app.insertion();
+    const auto watched = app.targetTracker();
+    if (!services || !insertion || !watched)
+        return invocation.failure(services ? insertion ? watched.error() : insertion.error()
+                                           : services.error());
+    InsertionService& service = **insertion;
+    AppTargetTracker& tracker = **watched;
     tracker.onTargetChanged = [&](const TargetUpdate& update) {
-        Accessibility& ax = *services->accessibility;
+        Accessibility& ax = *(*services)->accessibility;
         const TargetCapture capture = service.captureTarget(update.application, update.element);
         out << toString(update.reason) << u" app="_s
             << (update.application ? update.application->bundleIdentifier : u"-"_s) << u" pid="_s
@@ -81,7 +79,7 @@ int runTargetCommand(const QStringList& arguments, QTextStream& out, QTextStream
     tracker.onApplicationTerminated = [&](qint64 pid) {
         out << u"terminated pid="_s << pid << Qt::endl;
     };
-    if (!services->accessibility->isTrusted())
+    if (!(*services)->accessibility->isTrusted())
         err << u"Accessibility is turned off; run “parlevo doctor” to see how to turn it on."_s
             << Qt::endl;
     tracker.start();
@@ -91,16 +89,16 @@ int runTargetCommand(const QStringList& arguments, QTextStream& out, QTextStream
     return int(ExitStatus::success);
 }
 
-int runInsertCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+int runInsertCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                     QTextStream& err) {
     const CommandHelp help{u"parlevo insert TEXT [--delay SECONDS] [--hold SECONDS] "
                            "[--keep-clipboard SECONDS]"_s,
                            u"Waits, remembers the focused field and writes TEXT into it the way\n"
                            "a dictation does, printing the result and the diagnostics. --hold\n"
                            "waits between remembering and writing, as while you speak;\n"
                            "--keep-clipboard stays to serve the restored clipboard."_s};
-    Invocation invocation(u"insert"_s, arguments, out, err);
-    if (!invocation.parse(help, 1, {u"qa-target-log"_s, u"qa-insert-timing"_s},
-                          {u"delay"_s, u"hold"_s, u"keep-clipboard"_s}))
+    Invocation invocation(app, u"insert"_s, arguments, out, err);
+    if (!invocation.parse(help, 1, {}, {u"delay"_s, u"hold"_s, u"keep-clipboard"_s}))
         return int(ExitStatus::usage);
     if (invocation.helpRequested())
         return invocation.printHelp(help);
@@ -110,19 +108,19 @@ int runInsertCommand(const QStringList& arguments, QTextStream& out, QTextStream
     if (!delay || !hold || !keep)
         return invocation.usageError(u"--delay, --hold and --keep-clipboard need a number of "
                                      "seconds, at most a week"_s);
-    auto services = DesktopServices::connect();
-    if (!services)
-        return invocation.failure(services.error());
-
-    InsertionService service(*services->accessibility, *services->workspace, *services->pasteboard,
-                             *services->keys, processArguments());
+    const auto services = invocation.app.desktop();
+    const auto insertion = invocation.app.insertion();
+    if (!services || !insertion)
+        return invocation.failure(services ? insertion.error() : services.error());
+    DesktopServices& desktop = **services;
+    InsertionService& service = **insertion;
     service.onDiagnostic = [&out](const QString& line) { out << line << Qt::endl; };
     QCoro::waitFor(QCoro::sleepFor(std::chrono::milliseconds(qint64(*delay * 1000))));
 
-    if (!services->accessibility->isTrusted())
+    if (!desktop.accessibility->isTrusted())
         err << u"Accessibility is turned off; run “parlevo doctor” to see how to turn it on."_s
             << Qt::endl;
-    const auto application = services->workspace->frontmostApplication();
+    const auto application = desktop.workspace->frontmostApplication();
     if (!application)
         err << u"No application is in front."_s << Qt::endl;
     const Element element = application ? service.focusedElement(*application) : Element();
@@ -140,7 +138,7 @@ int runInsertCommand(const QStringList& arguments, QTextStream& out, QTextStream
     out << u"target ready app="_s << capture.target->application.bundleIdentifier << u" role="_s
         << optionalText(capture.target->role) << Qt::endl;
     QCoro::waitFor(QCoro::sleepFor(std::chrono::milliseconds(qint64(*hold * 1000))));
-    if (invocation.flag(u"qa-insert-timing"_s))
+    if (invocation.app.qa().insertTiming)
         err << u"qa insert started at="_s << QDateTime::currentMSecsSinceEpoch() << Qt::endl;
     const InsertionResult result =
         QCoro::waitFor(service.insert(invocation.positionals()[0], *capture.target));

@@ -19,10 +19,10 @@ struct CheckOutcome {
 
 struct DoctorCheck {
     QString title;
-    std::function<CheckOutcome()> run;
+    std::function<CheckOutcome(AppContext&)> run;
 };
 
-CheckOutcome checkDisplay() {
+CheckOutcome checkDisplay(AppContext&) {
     const auto status = DesktopServices::displayStatus();
     if (status.name.isEmpty())
         return {false, u"No X11 display is set (DISPLAY is empty). Start Parlevo inside an X11 "
@@ -36,7 +36,7 @@ CheckOutcome checkDisplay() {
     return {true, status.name + u" with a window manager."_s};
 }
 
-CheckOutcome checkAccessibility() {
+CheckOutcome checkAccessibility(AppContext&) {
     const auto status = DesktopServices::accessibilityStatus();
     if (!status.busReachable)
         return {false, u"The accessibility bus (AT-SPI) is not running. Install at-spi2-core and "
@@ -49,9 +49,8 @@ CheckOutcome checkAccessibility() {
     return {true, u"The accessibility bus is running and accessibility is on."_s};
 }
 
-CheckOutcome checkShortcut() {
-    UserDefaults defaults;
-    const DictationShortcut shortcut = AppDataStore(defaults).dictationShortcut();
+CheckOutcome checkShortcut(AppContext& app) {
+    const DictationShortcut shortcut = app.store().dictationShortcut();
     if (DesktopServices::displayStatus().reachable &&
         DesktopServices::canRegisterHotKey(shortcut.keyCode, shortcut.carbonModifiers))
         return {true,
@@ -61,17 +60,17 @@ CheckOutcome checkShortcut() {
                        shortcut.displayName())};
 }
 
-CheckOutcome checkSoundServer() {
-    if (MicrophonePermission::create()->granted())
+CheckOutcome checkSoundServer(AppContext& app) {
+    if (app.microphonePermission().granted())
         return {true, u"The sound server answers and offers a microphone."_s};
     return {false, u"No microphone can be recorded: the sound server (PulseAudio, or PipeWire "
                    "with pipewire-pulse) is not running, or it offers no input. Start it and "
                    "connect a microphone."_s};
 }
 
-CheckOutcome checkKeyring() {
+CheckOutcome checkKeyring(AppContext& app) {
     // A name that is never stored: a reachable keyring says it is missing.
-    const auto probe = CredentialBackend::create()->lookup(u"parlevo-doctor-probe"_s, false);
+    const auto probe = app.keyring().lookup(u"parlevo-doctor-probe"_s, false);
     if (probe.kind == CredentialLookup::Kind::unknown)
         return {false, u"The system keyring (Secret Service) cannot be reached, so sign-ins and "
                        "keys cannot be kept. Install and start gnome-keyring or KWallet."_s};
@@ -91,12 +90,13 @@ QList<DoctorCheck> doctorChecks() {
 
 } // namespace
 
-int runDoctorCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+int runDoctorCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                     QTextStream& err) {
     const CommandHelp help{u"parlevo doctor [--enable-accessibility]"_s,
                            u"Checks what dictation needs from this computer and says what to "
                            "fix.\n--enable-accessibility first turns accessibility on for "
                            "applications started from now on."_s};
-    Invocation invocation(u"doctor"_s, arguments, out, err);
+    Invocation invocation(app, u"doctor"_s, arguments, out, err);
     if (!invocation.parse(help, 0, {u"enable-accessibility"_s}))
         return int(ExitStatus::usage);
     if (invocation.helpRequested())
@@ -106,7 +106,7 @@ int runDoctorCommand(const QStringList& arguments, QTextStream& out, QTextStream
             << Qt::endl;
     bool allPassed = true;
     for (const DoctorCheck& check : doctorChecks()) {
-        const CheckOutcome outcome = check.run();
+        const CheckOutcome outcome = check.run(invocation.app);
         allPassed = allPassed && outcome.passed;
         out << (outcome.passed ? u"ok   "_s : u"FIX  "_s) << check.title << u": "_s
             << outcome.sentence << Qt::endl;

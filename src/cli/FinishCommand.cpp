@@ -1,7 +1,7 @@
 #include "CommandSupport.h"
 
-#include "transcription/DictationIntelligence.h"
 #include "model/AppDataStore.h"
+#include "transcription/DictationIntelligence.h"
 
 #include <QFile>
 #include <QStringDecoder>
@@ -51,11 +51,10 @@ std::expected<QString, QString> readText(QIODevice& input) {
 }
 
 int finish(Invocation& in, QIODevice& input) {
-    UserDefaults defaults;
     // Your Words and style decide the text; without them it would be wrong.
-    if (auto status = refuseUnreadable(in, defaults))
+    if (auto status = refuseUnreadable(in))
         return *status;
-    AppDataStore store(defaults);
+    AppDataStore& store = in.app.store();
     FinishingContext context;
     context.style = store.dictationStyle();
     context.language = store.dictationLanguage();
@@ -72,8 +71,7 @@ int finish(Invocation& in, QIODevice& input) {
     if (!read)
         return in.failure(read.error());
     const QString& raw = *read;
-    DictationIntelligence intelligence;
-    const auto finished = intelligence.finish(raw, context);
+    const auto finished = in.app.finishing().finish(raw, context);
     if (!finished)
         return in.failure(finished.error().message());
     if (in.flag(u"json"_s)) {
@@ -97,9 +95,9 @@ int finish(Invocation& in, QIODevice& input) {
 
 } // namespace
 
-int runFinishCommand(const QStringList& arguments, QIODevice& input, QTextStream& out,
-                     QTextStream& err) {
-    Invocation invocation(u"finish"_s, arguments, out, err);
+int runFinishCommand(AppContext& app, const QStringList& arguments, QIODevice& input,
+                     QTextStream& out, QTextStream& err) {
+    Invocation invocation(app, u"finish"_s, arguments, out, err);
     if (!invocation.parse(finishHelp, 0, {u"reply-assist"_s, u"json"_s},
                           {u"style"_s, u"language"_s}))
         return int(ExitStatus::usage);
@@ -108,13 +106,14 @@ int runFinishCommand(const QStringList& arguments, QIODevice& input, QTextStream
     return finish(invocation, input);
 }
 
-int runFinishCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+int runFinishCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                     QTextStream& err) {
     QFile standardInput;
     if (!standardInput.open(stdin, QIODevice::ReadOnly)) {
         err << u"Standard input could not be read."_s << Qt::endl;
         return int(ExitStatus::failure);
     }
-    return runFinishCommand(arguments, standardInput, out, err);
+    return runFinishCommand(app, arguments, standardInput, out, err);
 }
 
 } // namespace quendra

@@ -17,10 +17,9 @@ QString status(const TranscriptEntry& e) {
 }
 
 int listHistory(Invocation& in) {
-    UserDefaults defaults;
-    if (auto status = refuseUnreadable(in, defaults))
+    if (auto status = refuseUnreadable(in))
         return *status;
-    const auto history = AppDataStore(defaults).history();
+    const auto history = in.app.store().history();
     if (in.flag(u"json"_s)) {
         in.out << QString::fromUtf8(jsonBytes(Json(history), 2)) << Qt::endl;
         return 0;
@@ -36,10 +35,9 @@ int listHistory(Invocation& in) {
 }
 
 int showHistory(Invocation& in) {
-    UserDefaults defaults;
-    if (auto status = refuseUnreadable(in, defaults))
+    if (auto status = refuseUnreadable(in))
         return *status;
-    const auto history = AppDataStore(defaults).history();
+    const auto history = in.app.store().history();
     QList<QUuid> ids;
     for (const auto& e : history)
         ids << e.id;
@@ -74,7 +72,8 @@ int showHistory(Invocation& in) {
 
 } // namespace
 
-int runHistoryCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+int runHistoryCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                      QTextStream& err) {
     const QList<Subcommand> subcommands{
         {u"list"_s,
          {u"history list [--json]"_s,
@@ -91,7 +90,7 @@ int runHistoryCommand(const QStringList& arguments, QTextStream& out, QTextStrea
          {},
          showHistory},
     };
-    return dispatch(u"history"_s, subcommands, arguments, out, err);
+    return dispatch(app, u"history"_s, subcommands, arguments, out, err);
 }
 
 } // namespace quendra

@@ -51,7 +51,7 @@ int recordNote(Invocation& in) {
         return status;
     const bool call = in.flag(u"call"_s);
 
-    NotesStore notes;
+    NotesStore& notes = in.app.notes();
     Note note;
     note.id = QUuid::createUuid();
     note.createdAt = QDateTime::currentDateTimeUtc();
@@ -60,8 +60,7 @@ int recordNote(Invocation& in) {
     if (const auto created = notes.create(note); !created)
         return in.failure(created.error().message);
 
-    const auto sources = AudioSourceFactory::create();
-    NoteRecorder recorder(*sources);
+    NoteRecorder& recorder = in.app.noteRecorder();
     RecordingLoop loop;
     std::optional<QString> failure;
     qint64 recordedMs = 0;

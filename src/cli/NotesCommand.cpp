@@ -73,7 +73,7 @@ void printTurns(QTextStream& out, const Note& note) {
 }
 
 int listNotes(Invocation& in) {
-    NotesStore store;
+    NotesStore& store = in.app.notes();
     const NoteListing listing = store.loadAll();
     if (in.flag(u"json"_s)) {
         Json list(listing.notes);
@@ -101,7 +101,7 @@ int listNotes(Invocation& in) {
 }
 
 int showNote(Invocation& in) {
-    NotesStore store;
+    NotesStore& store = in.app.notes();
     int status = 0;
     const auto note = findNote(in, store, &status);
     if (!note)
@@ -131,7 +131,7 @@ int showNote(Invocation& in) {
 }
 
 int transcript(Invocation& in) {
-    NotesStore store;
+    NotesStore& store = in.app.notes();
     int status = 0;
     const auto note = findNote(in, store, &status);
     if (!note)
@@ -143,7 +143,7 @@ int transcript(Invocation& in) {
 }
 
 int names(Invocation& in) {
-    NotesStore store;
+    NotesStore& store = in.app.notes();
     int status = 0;
     const auto note = findNote(in, store, &status);
     if (!note)
@@ -175,7 +175,7 @@ int names(Invocation& in) {
 }
 
 int recover(Invocation& in) {
-    NotesStore store;
+    NotesStore& store = in.app.notes();
     const NoteRecovery recovery = store.recoverInterrupted();
     if (recovery.recovered.isEmpty() && recovery.keptAside.isEmpty() && recovery.failures.isEmpty())
         in.out << u"No note was left recording."_s << Qt::endl;
@@ -191,7 +191,7 @@ int recover(Invocation& in) {
 }
 
 int assemble(Invocation& in) {
-    NotesStore store;
+    NotesStore& store = in.app.notes();
     int status = 0;
     const auto note = findNote(in, store, &status);
     if (!note)
@@ -205,7 +205,8 @@ int assemble(Invocation& in) {
 
 } // namespace
 
-int runNotesCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+int runNotesCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                    QTextStream& err) {
     const QList<Subcommand> subcommands{
         {u"list"_s,
          {u"notes list [--json]"_s,
@@ -260,7 +261,7 @@ int runNotesCommand(const QStringList& arguments, QTextStream& out, QTextStream&
          {},
          assemble},
     };
-    return dispatch(u"notes"_s, subcommands, arguments, out, err);
+    return dispatch(app, u"notes"_s, subcommands, arguments, out, err);
 }
 
 } // namespace quendra

@@ -3,8 +3,6 @@
 
 #include "audio/AudioRecorder.h"
 #include "platform/AudioSource.h"
-#include "platform/IdleInhibitor.h"
-#include "platform/MicrophonePermission.h"
 
 #include <QFileInfo>
 
@@ -33,8 +31,9 @@ std::optional<double> secondsOption(Invocation& in, int* status) {
     return seconds;
 }
 
-int runRecordCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
-    Invocation in(u"record"_s, arguments, out, err);
+int runRecordCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                     QTextStream& err) {
+    Invocation in(app, u"record"_s, arguments, out, err);
     if (!in.parse(recordHelp, 1, {}, {u"seconds"_s}))
         return int(ExitStatus::usage);
     if (in.helpRequested())
@@ -44,10 +43,7 @@ int runRecordCommand(const QStringList& arguments, QTextStream& out, QTextStream
     if (!limit)
         return status;
 
-    const auto sources = AudioSourceFactory::create();
-    const auto permission = MicrophonePermission::create();
-    const auto idle = IdleInhibitor::create();
-    AudioRecorder recorder(*sources, *permission, idle.get());
+    AudioRecorder& recorder = in.app.dictationRecorder();
     const QString path = QFileInfo(in.positionals()[0]).absoluteFilePath();
     if (const auto started = recorder.start(path); !started)
         return in.failure(started.error().message());

@@ -10,10 +10,9 @@ namespace quendra {
 namespace {
 
 int listSnippets(Invocation& in) {
-    UserDefaults defaults;
-    if (auto status = refuseUnreadable(in, defaults))
+    if (auto status = refuseUnreadable(in))
         return *status;
-    const auto snippets = AppDataStore(defaults).snippets();
+    const auto snippets = in.app.store().snippets();
     if (in.flag(u"json"_s)) {
         in.out << QString::fromUtf8(jsonBytes(Json(snippets), 2)) << Qt::endl;
         return 0;
@@ -31,27 +30,25 @@ int addSnippet(Invocation& in) {
         return in.usageError(u"the trigger is empty"_s);
     if (in.positionals()[1].trimmed().isEmpty())
         return in.usageError(u"the expansion is empty"_s);
-    UserDefaults defaults;
-    if (auto status = refuseUnreadable(in, defaults))
+    if (auto status = refuseUnreadable(in))
         return *status;
-    if (auto saved = AppDataStore(defaults).saveSnippet(trigger, in.positionals()[1]); !saved)
-        return storeFailure(in, defaults, saved.error());
-    printNotices(in, defaults);
+    if (auto saved = in.app.store().saveSnippet(trigger, in.positionals()[1]); !saved)
+        return storeFailure(in, saved.error());
+    printNotices(in);
     in.out << u"Saying “%1” now writes the snippet."_s.arg(trigger) << Qt::endl;
     return 0;
 }
 
 int removeSnippet(Invocation& in) {
-    UserDefaults defaults;
-    if (auto status = refuseUnreadable(in, defaults))
+    if (auto status = refuseUnreadable(in))
         return *status;
-    AppDataStore store(defaults);
+    AppDataStore& store = in.app.store();
     const QString trigger = boundText(in.positionals()[0], AppDataStore::triggerLimit);
     for (const auto& s : store.snippets()) {
         if (s.trigger.compare(trigger, Qt::CaseInsensitive) == 0) {
             if (auto removed = store.removeSnippet(s.id); !removed)
-                return storeFailure(in, defaults, removed.error());
-            printNotices(in, defaults);
+                return storeFailure(in, removed.error());
+            printNotices(in);
             in.out << u"Removed the snippet “%1”."_s.arg(s.trigger) << Qt::endl;
             return 0;
         }
@@ -61,7 +58,8 @@ int removeSnippet(Invocation& in) {
 
 } // namespace
 
-int runSnippetsCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+int runSnippetsCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                       QTextStream& err) {
     const QList<Subcommand> subcommands{
         {u"list"_s,
          {u"snippets list [--json]"_s,
@@ -85,7 +83,7 @@ int runSnippetsCommand(const QStringList& arguments, QTextStream& out, QTextStre
          {},
          removeSnippet},
     };
-    return dispatch(u"snippets"_s, subcommands, arguments, out, err);
+    return dispatch(app, u"snippets"_s, subcommands, arguments, out, err);
 }
 
 } // namespace quendra

@@ -1,24 +1,12 @@
 #include "CommandSupport.h"
 #include "Interruption.h"
 
-#include "hosted/ConnectionStore.h"
-#include "transcription/GroqEngine.h"
-#include "hosted/HostedClient.h"
-#include "transcription/HostedEngine.h"
-#include "hosted/HostedTokenStore.h"
-#include "transcription/LocalQwen.h"
-#include "transcription/PartCache.h"
-#include "hosted/ServiceBaseURL.h"
-#include "transcription/TranscriptionService.h"
 #include "model/AppDataStore.h"
-#include "model/AppPaths.h"
-
-#include "transcription/DictationIntelligence.h"
+#include "transcription/PartCache.h"
+#include "transcription/TranscriptionService.h"
 
 #include <QFile>
 #include <QFileInfo>
-
-#include <optional>
 
 // "parlevo transcribe": the whole transcription service on one file, with the
 // user's Words, snippets and settings; options override the settings.
@@ -38,67 +26,6 @@ const CommandHelp transcribeHelp{
     "the whole result with its raw text and timed segments. Long recordings are sent in\n"
     "parts; their progress is shown on standard error."_s};
 
-TranscriptionService::Finisher makeFinisher(std::shared_ptr<DictationIntelligence> intelligence) {
-    return [intelligence](const QString& text, const FinishingContext& context, bool formatted) {
-        return intelligence->finish(text, context, formatted);
-    };
-}
-
-// The same keyring, sign-in and service address as the application.
-struct CloudEngines {
-    explicit CloudEngines(const UserDefaults& defaults)
-        : client(HostedClientOptions{serviceBaseURL(defaults), [this] { return tokens.bearer(); },
-                                     serviceTlsConfiguration()}) {}
-    CloudEngines(const CloudEngines&) = delete;
-    CloudEngines& operator=(const CloudEngines&) = delete;
-
-    GroqEngineOptions groq() {
-        GroqEngineOptions options;
-        options.key = [this] { return connections.connectionKey(GroqEngine::connectionName); };
-        options.tls = serviceTlsConfiguration();
-        return options;
-    }
-
-    std::unique_ptr<CredentialBackend> keyring = CredentialBackend::create();
-    HostedTokenStore tokens{*keyring};
-    ConnectionStore connections{*keyring};
-    HostedClient client;
-};
-
-// The service with every engine, on one request; all of it is gone, parts in
-// flight included, when this returns.
-std::expected<TranscriptionResult, TranscriptionServiceError>
-runService(const TranscriptionRequest& request, const UserDefaults& defaults) {
-    SerialQueue workerQueue(LocalQwen::queueLabel);
-    const QwenInstaller installer(applicationDataDirectory());
-    LocalWorker qwenWorker(workerQueue,
-                           LocalQwen::command(installer, LocalQwen::defaultWorkerScript()));
-    LocalWorker offlineWorker(workerQueue,
-                              OfflineSpeech::command(OfflineSpeech::installedWorker()));
-    // Cloud engines fall back to local ones, never the other way round, so
-    // only they open the keyring.
-    std::optional<CloudEngines> cloud;
-    const auto intelligence = std::make_shared<DictationIntelligence>();
-    TranscriptionService service(makeFinisher(intelligence));
-    if (request.model == DictationModel::hosted || request.model == DictationModel::largeV3 ||
-        request.model == DictationModel::turbo) {
-        cloud.emplace(defaults);
-        service.setEngine(DictationModel::hosted, std::make_shared<HostedEngine>(
-                                                      cloud->client, HostedMessageContext::file));
-        for (const DictationModel whisper : {DictationModel::largeV3, DictationModel::turbo})
-            service.setEngine(whisper,
-                              std::make_shared<GroqEngine>(whisper, cloud->groq(), intelligence));
-    }
-    service.setEngine(DictationModel::qwen,
-                      std::make_shared<LocalEngine>(qwenWorker, LocalQwen::sentences(),
-                                                    LocalQwen::availability(installer)));
-    service.setEngine(DictationModel::offline,
-                      std::make_shared<LocalEngine>(offlineWorker, OfflineSpeech::sentences(),
-                                                    OfflineSpeech::availability()));
-
-    return QCoro::waitFor(service.transcribe(request));
-}
-
 int transcribe(Invocation& in) {
     const QString file = in.positionals()[0];
     const QFileInfo info(file);
@@ -110,11 +37,10 @@ int transcribe(Invocation& in) {
     if (!info.isFile())
         return in.failure(u"%1 is not a saved file; name a recording file."_s.arg(file));
 
-    UserDefaults defaults;
     // Your Words and style decide the text; without them it would be wrong.
-    if (auto status = refuseUnreadable(in, defaults))
+    if (auto status = refuseUnreadable(in))
         return *status;
-    AppDataStore store(defaults);
+    AppDataStore& store = in.app.store();
     TranscriptionRequest request;
     request.fileURL = info.absoluteFilePath();
     request.style = store.dictationStyle();
@@ -142,7 +68,7 @@ int transcribe(Invocation& in) {
     // of ending the process, so that its parts are removed on the way out.
     Interruption interruption;
     interruption.onInterrupt = [cancel = request.cancel] { cancel->cancel(); };
-    auto result = runService(request, defaults);
+    auto result = QCoro::waitFor(in.app.transcription().transcribe(request));
     // A file named here is not a kept recording: its part cache only serves a
     // retry after a failure, and is not left beside the user's file.
     if (result || interruption.requested())
@@ -168,8 +94,9 @@ int transcribe(Invocation& in) {
 
 } // namespace
 
-int runTranscribeCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
-    Invocation invocation(u"transcribe"_s, arguments, out, err);
+int runTranscribeCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                         QTextStream& err) {
+    Invocation invocation(app, u"transcribe"_s, arguments, out, err);
     if (!invocation.parse(transcribeHelp, 1, {u"json"_s}, {u"model"_s, u"style"_s, u"language"_s}))
         return int(ExitStatus::usage);
     if (invocation.helpRequested())

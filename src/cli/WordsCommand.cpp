@@ -10,11 +10,10 @@ namespace quendra {
 namespace {
 
 int listWords(Invocation& in) {
-    UserDefaults defaults;
-    if (auto status = refuseUnreadable(in, defaults))
+    if (auto status = refuseUnreadable(in))
         return *status;
-    const auto entries = AppDataStore(defaults).dictionaryEntries();
-    printNotices(in, defaults);
+    const auto entries = in.app.store().dictionaryEntries();
+    printNotices(in);
     if (in.flag(u"json"_s)) {
         in.out << QString::fromUtf8(jsonBytes(Json(entries), 2)) << Qt::endl;
         return 0;
@@ -34,17 +33,16 @@ int addWord(Invocation& in) {
     const QString spelling = boundText(in.positionals()[0], AppDataStore::spellingLimit);
     if (spelling.isEmpty())
         return in.usageError(u"the spelling is empty"_s);
-    UserDefaults defaults;
-    if (auto status = refuseUnreadable(in, defaults))
+    if (auto status = refuseUnreadable(in))
         return *status;
-    AppDataStore store(defaults);
+    AppDataStore& store = in.app.store();
     const auto entries = store.dictionaryEntries();
     const bool known = std::any_of(entries.cbegin(), entries.cend(), [&](const auto& e) {
         return e.spelling.compare(spelling, Qt::CaseInsensitive) == 0;
     });
     if (auto saved = store.saveReviewedSpelling(spelling, in.values(u"form"_s)); !saved)
-        return storeFailure(in, defaults, saved.error());
-    printNotices(in, defaults);
+        return storeFailure(in, saved.error());
+    printNotices(in);
     in.out
         << (known ? u"Updated “%1” in your Words."_s : u"Added “%1” to your Words."_s).arg(spelling)
         << Qt::endl;
@@ -52,16 +50,15 @@ int addWord(Invocation& in) {
 }
 
 int removeWord(Invocation& in) {
-    UserDefaults defaults;
-    if (auto status = refuseUnreadable(in, defaults))
+    if (auto status = refuseUnreadable(in))
         return *status;
-    AppDataStore store(defaults);
+    AppDataStore& store = in.app.store();
     const QString spelling = boundText(in.positionals()[0], AppDataStore::spellingLimit);
     for (const auto& e : store.dictionaryEntries()) {
         if (e.spelling.compare(spelling, Qt::CaseInsensitive) == 0) {
             if (auto removed = store.removeDictionaryEntry(e.id); !removed)
-                return storeFailure(in, defaults, removed.error());
-            printNotices(in, defaults);
+                return storeFailure(in, removed.error());
+            printNotices(in);
             in.out << u"Removed “%1” from your Words."_s.arg(e.spelling) << Qt::endl;
             return 0;
         }
@@ -71,7 +68,8 @@ int removeWord(Invocation& in) {
 
 } // namespace
 
-int runWordsCommand(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+int runWordsCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                    QTextStream& err) {
     const QList<Subcommand> subcommands{
         {u"list"_s,
          {u"words list [--json]"_s,
@@ -95,7 +93,7 @@ int runWordsCommand(const QStringList& arguments, QTextStream& out, QTextStream&
          {},
          removeWord},
     };
-    return dispatch(u"words"_s, subcommands, arguments, out, err);
+    return dispatch(app, u"words"_s, subcommands, arguments, out, err);
 }
 
 } // namespace quendra

@@ -1,8 +1,10 @@
 #pragma once
 
-// Runs the command line in process and keeps what it printed.
+// Runs the command line in process, as one run of the program with its own
+// owner of the running objects, and keeps what it printed.
 
 #include "cli/CommandLine.h"
+#include "context/AppContext.h"
 
 #include <QString>
 #include <QStringList>
@@ -19,7 +21,8 @@ struct Outcome {
 inline Outcome runCommand(const QStringList& arguments) {
     Outcome r;
     QTextStream out(&r.out), err(&r.err);
-    r.status = runCommandLine(arguments, out, err);
+    AppContext app;
+    r.status = runCommandLine(app, arguments, out, err);
     return r;
 }
 

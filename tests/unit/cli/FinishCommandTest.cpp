@@ -1,9 +1,9 @@
 #include "cli/CommandLine.h"
 #include "cli/CommandSupport.h"
-#include "transcription/DictationIntelligence.h"
 #include "model/AppDataStore.h"
 #include "support/CoreApplication.h"
 #include "support/TestSupport.h"
+#include "transcription/DictationIntelligence.h"
 
 #include <QBuffer>
 #include <QTemporaryDir>
@@ -35,7 +35,8 @@ protected:
         QBuffer in(&input);
         in.open(QIODevice::ReadOnly);
         QTextStream out(&r.out), err(&r.err);
-        r.status = runFinishCommand(arguments, in, out, err);
+        AppContext app;
+        r.status = runFinishCommand(app, arguments, in, out, err);
         return r;
     }
 };
@@ -125,10 +126,9 @@ TEST_F(FinishCommandTest, unreadableAndOverlongInputFailsWithOneSentence) {
 }
 
 TEST_F(FinishCommandTest, isListedInTheOverviewAndHasHelp) {
-    QString outText, errText;
-    QTextStream out(&outText), err(&errText);
-    EXPECT_EQ(runCommandLine({u"--help"_s}, out, err), 0);
-    EXPECT_TRUE(outText.contains(u"parlevo finish"_s));
+    const Outcome overview = clitest::runCommand({u"--help"_s});
+    EXPECT_EQ(overview.status, 0);
+    EXPECT_TRUE(overview.out.contains(u"parlevo finish"_s));
     const Outcome help = finish({}, {u"--help"_s});
     EXPECT_EQ(help.status, 0);
     EXPECT_TRUE(help.out.contains(u"--reply-assist"_s));

@@ -1,5 +1,6 @@
 #include "audio/WaveFileWriter.h"
 #include "cli/CommandLine.h"
+#include "context/AppContext.h"
 #include "notes/NotesStore.h"
 #include "support/TestSupport.h"
 
@@ -23,7 +24,8 @@ protected:
     int run(const QStringList& arguments, QString* out = nullptr, QString* err = nullptr) {
         QString o, e;
         QTextStream outStream(&o), errStream(&e);
-        const int status = runCommandLine(arguments, outStream, errStream);
+        AppContext app;
+        const int status = runCommandLine(app, arguments, outStream, errStream);
         if (out)
             *out = o;
         if (err)

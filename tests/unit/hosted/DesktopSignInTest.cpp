@@ -209,7 +209,7 @@ TEST_F(DesktopSignInTest, CancellingEndsItAsTheUsersChoice) {
 TEST_F(DesktopSignInTest, NoTokenEverReachesTheLog) {
     static QStringList lines;
     lines.clear();
-    QLoggingCategory::setFilterRules(u"com.orvane.quendra.mac.*=true"_s);
+    QLoggingCategory::setFilterRules(u"com.orvane.Parlevo.*=true"_s);
     const auto previous = qInstallMessageHandler(
         [](QtMsgType, const QMessageLogContext& context, const QString& message) {
             lines << QString::fromLatin1(context.category) + u": "_s + message;

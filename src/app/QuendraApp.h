@@ -11,14 +11,16 @@ class QMenu;
 
 namespace quendra {
 
+class AppContext;
+
 // The application object: the status item in the system tray and the main
-// window. Owns every long-lived controller of the running application.
-class QuendraMacApp : public QObject {
+// window, on the running objects that `context` owns.
+class QuendraApp : public QObject {
     Q_OBJECT
 
 public:
-    explicit QuendraMacApp(QStringList arguments, QObject* parent = nullptr);
-    ~QuendraMacApp() override;
+    explicit QuendraApp(AppContext& context, QObject* parent = nullptr);
+    ~QuendraApp() override;
 
     // Shows the tray item and the main window; false when the window could not load.
     bool start();
@@ -27,7 +29,7 @@ public Q_SLOTS:
     void showMainWindow();
 
 private:
-    QStringList arguments;
+    AppContext& context;
     std::unique_ptr<QQmlApplicationEngine> engine;
     std::unique_ptr<QMenu> trayMenu;
     std::unique_ptr<QSystemTrayIcon> tray;

@@ -1,5 +1,6 @@
-#include "QuendraMacApp.h"
+#include "QuendraApp.h"
 
+#include "context/AppContext.h"
 #include "model/WritingSurface.h"
 #include "notes/NotesStore.h"
 
@@ -40,16 +41,16 @@ QIcon microphoneIcon() {
 
 } // namespace
 
-QuendraMacApp::QuendraMacApp(QStringList arguments, QObject* parent)
+QuendraApp::QuendraApp(AppContext& context, QObject* parent)
     : QObject(parent)
-    , arguments(std::move(arguments)) {}
+    , context(context) {}
 
-QuendraMacApp::~QuendraMacApp() = default;
+QuendraApp::~QuendraApp() = default;
 
-bool QuendraMacApp::start() {
+bool QuendraApp::start() {
     // Notes left recording by a previous run become interrupted notes whose
     // audio can still be processed.
-    const NoteRecovery recovery = NotesStore().recoverInterrupted();
+    const NoteRecovery recovery = context.notes().recoverInterrupted();
     for (const Note& note : recovery.recovered)
         qInfo("parlevo: recovered the interrupted note %s", qPrintable(uuidText(note.id)));
     for (const QString& sentence : recovery.keptAside)
@@ -70,7 +71,7 @@ bool QuendraMacApp::start() {
         return false;
 
     trayMenu = std::make_unique<QMenu>();
-    trayMenu->addAction(u"Open Parlevo"_s, this, &QuendraMacApp::showMainWindow);
+    trayMenu->addAction(u"Open Parlevo"_s, this, &QuendraApp::showMainWindow);
     trayMenu->addSeparator();
     trayMenu->addAction(u"Quit Parlevo"_s, qApp, &QCoreApplication::quit);
     tray = std::make_unique<QSystemTrayIcon>(icon);
@@ -86,7 +87,7 @@ bool QuendraMacApp::start() {
     if (!QSystemTrayIcon::isSystemTrayAvailable())
         QApplication::setQuitOnLastWindowClosed(true);
 
-    if (arguments.contains(u"--qa-quit-after-launch"_s)) {
+    if (context.qa().quitAfterLaunch) {
         QTimer::singleShot(500, qApp, [] {
             qInfo("parlevo: launched");
             QCoreApplication::quit();
@@ -95,7 +96,7 @@ bool QuendraMacApp::start() {
     return true;
 }
 
-void QuendraMacApp::showMainWindow() {
+void QuendraApp::showMainWindow() {
     for (QObject* root : engine->rootObjects()) {
         if (auto* window = qobject_cast<QQuickWindow*>(root)) {
             window->show();

@@ -1,0 +1,261 @@
+#include "AppContext.h"
+
+#include "audio/AudioRecorder.h"
+#include "hosted/AccountModel.h"
+#include "hosted/ConnectionStore.h"
+#include "hosted/HostedClient.h"
+#include "hosted/HostedTokenStore.h"
+#include "hosted/ServiceBaseURL.h"
+#include "insertion/AppTargetTracker.h"
+#include "insertion/InsertionService.h"
+#include "model/AppDataStore.h"
+#include "model/AppPaths.h"
+#include "model/PendingRecordingStore.h"
+#include "model/UserDefaults.h"
+#include "notes/NoteRecorder.h"
+#include "notes/NotesStore.h"
+#include "platform/AudioSource.h"
+#include "platform/CredentialBackend.h"
+#include "platform/IdleInhibitor.h"
+#include "platform/MicrophonePermission.h"
+#include "platform/UrlOpener.h"
+#include "session/HotKeyManager.h"
+#include "transcription/DictationIntelligence.h"
+#include "transcription/GroqEngine.h"
+#include "transcription/HostedEngine.h"
+#include "transcription/LocalEngine.h"
+#include "transcription/LocalQwen.h"
+#include "transcription/LocalWorker.h"
+#include "transcription/QwenInstaller.h"
+#include "transcription/TranscriptionService.h"
+
+#include <QRegularExpression>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace quendra {
+
+AppContext::AppContext(const QStringList& arguments, Front front, QObject* parent)
+    : QObject(parent)
+    , switches(QaSwitches::parse(arguments))
+    , front(front)
+    , qaArguments(arguments.filter(QRegularExpression(u"^--qa-"_s))) {}
+
+AppContext::~AppContext() {
+    QUENDRA_CHECK_THREAD(thread);
+}
+
+UserDefaults& AppContext::defaults() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!defaultsDatabase)
+        defaultsDatabase = std::make_unique<UserDefaults>();
+    return *defaultsDatabase;
+}
+
+AppDataStore& AppContext::store() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!dataStore)
+        dataStore = std::make_unique<AppDataStore>(defaults());
+    return *dataStore;
+}
+
+NotesStore& AppContext::notes() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!notesStore)
+        notesStore = std::make_unique<NotesStore>();
+    return *notesStore;
+}
+
+PendingRecordingStore& AppContext::pendingRecordings() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!pendingStore)
+        pendingStore = std::make_unique<PendingRecordingStore>();
+    return *pendingStore;
+}
+
+CredentialBackend& AppContext::keyring() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!credentials)
+        credentials = CredentialBackend::create();
+    return *credentials;
+}
+
+HostedTokenStore& AppContext::tokens() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!tokenStore)
+        tokenStore = std::make_unique<HostedTokenStore>(keyring());
+    return *tokenStore;
+}
+
+ConnectionStore& AppContext::connections() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!connectionStore)
+        connectionStore = std::make_unique<ConnectionStore>(keyring());
+    return *connectionStore;
+}
+
+HostedClient& AppContext::hostedClient() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!client)
+        // The bearer is read per call, so building the client opens nothing.
+        client = std::make_unique<HostedClient>(
+            HostedClientOptions{serviceBaseURL(defaults()), [this] { return tokens().bearer(); },
+                                serviceTlsConfiguration()});
+    return *client;
+}
+
+AccountModel& AppContext::account() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!accountModel)
+        accountModel = std::make_unique<AccountModel>(hostedClient(), tokens());
+    return *accountModel;
+}
+
+UrlOpener& AppContext::urlOpener() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!browser)
+        browser = UrlOpener::create();
+    return *browser;
+}
+
+DictationIntelligence& AppContext::finishing() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!intelligence)
+        intelligence = std::make_shared<DictationIntelligence>();
+    return *intelligence;
+}
+
+const QwenInstaller& AppContext::qwenInstaller() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!installer)
+        installer = std::make_unique<QwenInstaller>(applicationDataDirectory());
+    return *installer;
+}
+
+TranscriptionService& AppContext::transcription() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (service)
+        return *service;
+    finishing();
+    service = std::make_unique<TranscriptionService>(
+        [finisher = intelligence](const QString& text, const FinishingContext& context,
+                                  bool formatted) {
+            return finisher->finish(text, context, formatted);
+        });
+
+    // Failures are worded for where the user reads them: a dictation in the
+    // application, a named file on the command line.
+    const HostedMessageContext wording =
+        front == Front::application ? HostedMessageContext::dictation : HostedMessageContext::file;
+    service->setEngine(DictationModel::hosted,
+                       std::make_shared<HostedEngine>(hostedClient(), wording));
+    GroqEngineOptions groq;
+    // The key is read per part: a key saved meanwhile is used at once.
+    groq.key = [this] { return connections().connectionKey(GroqEngine::connectionName); };
+    groq.tls = serviceTlsConfiguration();
+    for (const DictationModel whisper : {DictationModel::largeV3, DictationModel::turbo})
+        service->setEngine(whisper, std::make_shared<GroqEngine>(whisper, groq, intelligence));
+
+    workerQueue = std::make_unique<SerialQueue>(LocalQwen::queueLabel);
+    qwenWorker = std::make_unique<LocalWorker>(
+        *workerQueue, LocalQwen::command(qwenInstaller(), LocalQwen::defaultWorkerScript()));
+    offlineWorker = std::make_unique<LocalWorker>(
+        *workerQueue, OfflineSpeech::command(OfflineSpeech::installedWorker()));
+    service->setEngine(DictationModel::qwen,
+                       std::make_shared<LocalEngine>(*qwenWorker, LocalQwen::sentences(),
+                                                     LocalQwen::availability(qwenInstaller())));
+    service->setEngine(DictationModel::offline,
+                       std::make_shared<LocalEngine>(*offlineWorker, OfflineSpeech::sentences(),
+                                                     OfflineSpeech::availability()));
+    return *service;
+}
+
+AudioSourceFactory& AppContext::audioSources() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!sources)
+        sources = AudioSourceFactory::create();
+    return *sources;
+}
+
+MicrophonePermission& AppContext::microphonePermission() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!permission)
+        permission = MicrophonePermission::create();
+    return *permission;
+}
+
+AudioRecorder& AppContext::dictationRecorder() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!recorder) {
+        idle = IdleInhibitor::create();
+        recorder =
+            std::make_unique<AudioRecorder>(audioSources(), microphonePermission(), idle.get());
+    }
+    return *recorder;
+}
+
+NoteRecorder& AppContext::noteRecorder() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!notesRecorder)
+        notesRecorder = std::make_unique<NoteRecorder>(audioSources());
+    return *notesRecorder;
+}
+
+std::expected<DesktopServices*, QString> AppContext::desktop() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!desktopServices) {
+        auto connected = DesktopServices::connect();
+        if (!connected)
+            return std::unexpected(connected.error());
+        desktopServices = std::make_unique<DesktopServices>(std::move(*connected));
+    }
+    return desktopServices.get();
+}
+
+std::expected<InsertionService*, QString> AppContext::insertion() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!insertionService) {
+        const auto services = desktop();
+        if (!services)
+            return std::unexpected(services.error());
+        DesktopServices& d = **services;
+        insertionService = std::make_unique<InsertionService>(*d.accessibility, *d.workspace,
+                                                              *d.pasteboard, *d.keys, qaArguments);
+    }
+    return insertionService.get();
+}
+
+std::expected<AppTargetTracker*, QString> AppContext::targetTracker() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!tracker) {
+        const auto services = desktop();
+        if (!services)
+            return std::unexpected(services.error());
+        tracker = std::make_unique<AppTargetTracker>(*(*services)->workspace,
+                                                     *(*services)->accessibility, qaArguments);
+    }
+    return tracker.get();
+}
+
+std::expected<HotKeyManager*, QString> AppContext::hotKey(std::unique_ptr<HotKeyManager>& manager,
+                                                          std::uint32_t identifier) {
+    if (!manager) {
+        const auto services = desktop();
+        if (!services)
+            return std::unexpected(services.error());
+        manager = std::make_unique<HotKeyManager>(*(*services)->hotKeys, identifier, qaArguments);
+    }
+    return manager.get();
+}
+
+std::expected<HotKeyManager*, QString> AppContext::dictationHotKey() {
+    QUENDRA_CHECK_THREAD(thread);
+    return hotKey(dictationKey, HotKeyManager::dictationIdentifier);
+}
+
+std::expected<HotKeyManager*, QString> AppContext::notesHotKey() {
+    QUENDRA_CHECK_THREAD(thread);
+    return hotKey(notesKey, HotKeyManager::notesIdentifier);
+}
+
+} // namespace quendra

@@ -11,7 +11,7 @@ harness_home
 harness_bus
 harness_keyring
 standin_start "$standin"
-export QT_LOGGING_RULES="com.orvane.quendra.mac.*=true"
+export QT_LOGGING_RULES="com.orvane.Parlevo.*=true"
 log="$harness_dir/parlevo.log"
 
 # A browser that only notes what it was asked to open.

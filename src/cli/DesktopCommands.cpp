@@ -16,10 +16,6 @@ namespace quendra {
 
 namespace {
 
-QString optionalText(const std::optional<QString>& text) {
-    return text && !text->isEmpty() ? *text : u"-"_s;
-}
-
 QString frameText(const std::optional<QRectF>& frame) {
     if (!frame)
         return u"-"_s;
@@ -36,8 +32,8 @@ std::optional<double> seconds(const Invocation& invocation, const QString& name)
     return parseSeconds(values.last());
 }
 
-QStringList processArguments() {
-    return QCoreApplication::arguments();
+QString roleText(const std::optional<AccessibleRole>& role) {
+    return role ? toString(*role) : u"-"_s;
 }
 
 } // namespace
@@ -60,27 +56,24 @@ int runTargetCommand(const QStringList& arguments, QTextStream& out, QTextStream
     if (!services)
         return invocation.failure(services.error());
 
+    const bool targetLog = invocation.flag(u"qa-target-log"_s);
     InsertionService service(*services->accessibility, *services->workspace, *services->pasteboard,
-                             *services->keys, processArguments());
-    AppTargetTracker tracker(*services->workspace, *services->accessibility, processArguments());
-    tracker.onTargetChanged = [&](const TargetUpdate& update) {
+                             *services->keys);
+    service.setTargetLog(targetLog);
+    AppTargetTracker tracker(*services->workspace, *services->accessibility);
+    tracker.setTargetLog(targetLog);
+    QObject::connect(&tracker, &AppTargetTracker::targetChanged, [&](const TargetUpdate& update) {
         Accessibility& ax = *services->accessibility;
         const TargetCapture capture = service.captureTarget(update.application, update.element);
         out << toString(update.reason) << u" app="_s
             << (update.application ? update.application->bundleIdentifier : u"-"_s) << u" pid="_s
             << (update.application ? QString::number(update.application->processId) : u"-"_s)
-            << u" role="_s
-            << optionalText(update.element ? ax.stringAttribute(update.element, u"AXRole"_s)
-                                           : std::nullopt)
-            << u" subrole="_s
-            << optionalText(update.element ? ax.stringAttribute(update.element, u"AXSubrole"_s)
-                                           : std::nullopt)
+            << u" role="_s << roleText(update.element ? ax.role(update.element) : std::nullopt)
             << u" frame="_s << frameText(update.element ? ax.frame(update.element) : std::nullopt)
             << u" classification="_s << toString(capture.kind) << Qt::endl;
-    };
-    tracker.onApplicationTerminated = [&](qint64 pid) {
-        out << u"terminated pid="_s << pid << Qt::endl;
-    };
+    });
+    QObject::connect(&tracker, &AppTargetTracker::applicationTerminated,
+                     [&](qint64 pid) { out << u"terminated pid="_s << pid << Qt::endl; });
     if (!services->accessibility->isTrusted())
         err << u"Accessibility is turned off; run “parlevo doctor” to see how to turn it on."_s
             << Qt::endl;
@@ -115,8 +108,10 @@ int runInsertCommand(const QStringList& arguments, QTextStream& out, QTextStream
         return invocation.failure(services.error());
 
     InsertionService service(*services->accessibility, *services->workspace, *services->pasteboard,
-                             *services->keys, processArguments());
-    service.onDiagnostic = [&out](const QString& line) { out << line << Qt::endl; };
+                             *services->keys);
+    service.setTargetLog(invocation.flag(u"qa-target-log"_s));
+    QObject::connect(&service, &InsertionService::diagnostic,
+                     [&out](const QString& line) { out << line << Qt::endl; });
     QCoro::waitFor(QCoro::sleepFor(std::chrono::milliseconds(qint64(*delay * 1000))));
 
     if (!services->accessibility->isTrusted())
@@ -138,7 +133,7 @@ int runInsertCommand(const QStringList& arguments, QTextStream& out, QTextStream
                 : u"No editable text field has keyboard focus."_s);
     }
     out << u"target ready app="_s << capture.target->application.bundleIdentifier << u" role="_s
-        << optionalText(capture.target->role) << Qt::endl;
+        << roleText(capture.target->role) << Qt::endl;
     QCoro::waitFor(QCoro::sleepFor(std::chrono::milliseconds(qint64(*hold * 1000))));
     if (invocation.flag(u"qa-insert-timing"_s))
         err << u"qa insert started at="_s << QDateTime::currentMSecsSinceEpoch() << Qt::endl;

@@ -52,8 +52,7 @@ CheckOutcome checkAccessibility() {
 CheckOutcome checkShortcut() {
     UserDefaults defaults;
     const DictationShortcut shortcut = AppDataStore(defaults).dictationShortcut();
-    if (DesktopServices::displayStatus().reachable &&
-        DesktopServices::canRegisterHotKey(shortcut.keyCode, shortcut.carbonModifiers))
+    if (DesktopServices::displayStatus().reachable && DesktopServices::canRegisterHotKey(shortcut))
         return {true,
                 u"The dictation shortcut %1 can be registered."_s.arg(shortcut.displayName())};
     return {false, u"The dictation shortcut %1 cannot be registered: another program holds it "

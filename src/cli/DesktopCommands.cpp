@@ -16,10 +16,6 @@ namespace quendra {
 
 namespace {
 
-QString optionalText(const std::optional<QString>& text) {
-    return text && !text->isEmpty() ? *text : u"-"_s;
-}
-
 QString frameText(const std::optional<QRectF>& frame) {
     if (!frame)
         return u"-"_s;
@@ -34,6 +30,10 @@ std::optional<double> seconds(const Invocation& invocation, const QString& name)
     if (values.isEmpty())
         return 0.0;
     return parseSeconds(values.last());
+}
+
+QString roleText(const std::optional<AccessibleRole>& role) {
+    return role ? toString(*role) : u"-"_s;
 }
 
 } // namespace
@@ -61,24 +61,23 @@ int runTargetCommand(AppContext& app, const QStringList& arguments, QTextStream&
                                            : services.error());
     InsertionService& service = **insertion;
     AppTargetTracker& tracker = **watched;
-    tracker.onTargetChanged = [&](const TargetUpdate& update) {
-        Accessibility& ax = *(*services)->accessibility;
-        const TargetCapture capture = service.captureTarget(update.application, update.element);
-        out << toString(update.reason) << u" app="_s
-            << (update.application ? update.application->bundleIdentifier : u"-"_s) << u" pid="_s
-            << (update.application ? QString::number(update.application->processId) : u"-"_s)
-            << u" role="_s
-            << optionalText(update.element ? ax.stringAttribute(update.element, u"AXRole"_s)
-                                           : std::nullopt)
-            << u" subrole="_s
-            << optionalText(update.element ? ax.stringAttribute(update.element, u"AXSubrole"_s)
-                                           : std::nullopt)
-            << u" frame="_s << frameText(update.element ? ax.frame(update.element) : std::nullopt)
-            << u" classification="_s << toString(capture.kind) << Qt::endl;
-    };
-    tracker.onApplicationTerminated = [&](qint64 pid) {
-        out << u"terminated pid="_s << pid << Qt::endl;
-    };
+    // The owner's objects outlive this command; its connections end with it.
+    QObject scope;
+    QObject::connect(
+        &tracker, &AppTargetTracker::targetChanged, &scope, [&](const TargetUpdate& update) {
+            Accessibility& ax = *(*services)->accessibility;
+            const TargetCapture capture = service.captureTarget(update.application, update.element);
+            out << toString(update.reason) << u" app="_s
+                << (update.application ? update.application->bundleIdentifier : u"-"_s)
+                << u" pid="_s
+                << (update.application ? QString::number(update.application->processId) : u"-"_s)
+                << u" role="_s << roleText(update.element ? ax.role(update.element) : std::nullopt)
+                << u" frame="_s
+                << frameText(update.element ? ax.frame(update.element) : std::nullopt)
+                << u" classification="_s << toString(capture.kind) << Qt::endl;
+        });
+    QObject::connect(&tracker, &AppTargetTracker::applicationTerminated, &scope,
+                     [&](qint64 pid) { out << u"terminated pid="_s << pid << Qt::endl; });
     if (!(*services)->accessibility->isTrusted())
         err << u"Accessibility is turned off; run “parlevo doctor” to see how to turn it on."_s
             << Qt::endl;
@@ -114,7 +113,9 @@ int runInsertCommand(AppContext& app, const QStringList& arguments, QTextStream&
         return invocation.failure(services ? insertion.error() : services.error());
     DesktopServices& desktop = **services;
     InsertionService& service = **insertion;
-    service.onDiagnostic = [&out](const QString& line) { out << line << Qt::endl; };
+    QObject scope;
+    QObject::connect(&service, &InsertionService::diagnostic, &scope,
+                     [&out](const QString& line) { out << line << Qt::endl; });
     QCoro::waitFor(QCoro::sleepFor(std::chrono::milliseconds(qint64(*delay * 1000))));
 
     if (!desktop.accessibility->isTrusted())
@@ -136,7 +137,7 @@ int runInsertCommand(AppContext& app, const QStringList& arguments, QTextStream&
                 : u"No editable text field has keyboard focus."_s);
     }
     out << u"target ready app="_s << capture.target->application.bundleIdentifier << u" role="_s
-        << optionalText(capture.target->role) << Qt::endl;
+        << roleText(capture.target->role) << Qt::endl;
     QCoro::waitFor(QCoro::sleepFor(std::chrono::milliseconds(qint64(*hold * 1000))));
     if (invocation.app.qa().insertTiming)
         err << u"qa insert started at="_s << QDateTime::currentMSecsSinceEpoch() << Qt::endl;

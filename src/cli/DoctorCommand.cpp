@@ -51,8 +51,7 @@ CheckOutcome checkAccessibility(AppContext&) {
 
 CheckOutcome checkShortcut(AppContext& app) {
     const DictationShortcut shortcut = app.store().dictationShortcut();
-    if (DesktopServices::displayStatus().reachable &&
-        DesktopServices::canRegisterHotKey(shortcut.keyCode, shortcut.carbonModifiers))
+    if (DesktopServices::displayStatus().reachable && DesktopServices::canRegisterHotKey(shortcut))
         return {true,
                 u"The dictation shortcut %1 can be registered."_s.arg(shortcut.displayName())};
     return {false, u"The dictation shortcut %1 cannot be registered: another program holds it "

@@ -29,8 +29,6 @@
 #include "transcription/QwenInstaller.h"
 #include "transcription/TranscriptionService.h"
 
-#include <QRegularExpression>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
@@ -38,8 +36,7 @@ namespace quendra {
 AppContext::AppContext(const QStringList& arguments, Front front, QObject* parent)
     : QObject(parent)
     , switches(QaSwitches::parse(arguments))
-    , front(front)
-    , qaArguments(arguments.filter(QRegularExpression(u"^--qa-"_s))) {}
+    , front(front) {}
 
 AppContext::~AppContext() {
     QUENDRA_CHECK_THREAD(thread);
@@ -220,7 +217,8 @@ std::expected<InsertionService*, QString> AppContext::insertion() {
             return std::unexpected(services.error());
         DesktopServices& d = **services;
         insertionService = std::make_unique<InsertionService>(*d.accessibility, *d.workspace,
-                                                              *d.pasteboard, *d.keys, qaArguments);
+                                                              *d.pasteboard, *d.keys);
+        insertionService->setTargetLog(switches.targetLog);
     }
     return insertionService.get();
 }
@@ -232,7 +230,10 @@ std::expected<AppTargetTracker*, QString> AppContext::targetTracker() {
         if (!services)
             return std::unexpected(services.error());
         tracker = std::make_unique<AppTargetTracker>(*(*services)->workspace,
-                                                     *(*services)->accessibility, qaArguments);
+                                                     *(*services)->accessibility);
+        tracker->setTargetLog(switches.targetLog);
+        if (!switches.targetBundle.isEmpty())
+            tracker->setTargetBundleOverride(switches.targetBundle);
     }
     return tracker.get();
 }
@@ -243,7 +244,8 @@ std::expected<HotKeyManager*, QString> AppContext::hotKey(std::unique_ptr<HotKey
         const auto services = desktop();
         if (!services)
             return std::unexpected(services.error());
-        manager = std::make_unique<HotKeyManager>(*(*services)->hotKeys, identifier, qaArguments);
+        manager = std::make_unique<HotKeyManager>(*(*services)->hotKeys, identifier);
+        manager->setHotKeyLog(switches.hotKeyLog);
     }
     return manager.get();
 }

@@ -102,7 +102,6 @@ private:
     MainThreadChecker thread;
     const QaSwitches switches;
     const Front front;
-    const QStringList qaArguments;
 
     // Declared in the order of dependency: later members use earlier ones,
     // so they are destroyed first.

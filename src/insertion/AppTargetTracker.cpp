@@ -10,24 +10,18 @@ namespace quendra {
 
 namespace {
 
-const QStringList applicationNotifications{u"AXFocusedUIElementChanged"_s,
-                                           u"AXFocusedWindowChanged"_s, u"AXWindowCreated"_s};
-const QStringList geometryNotifications{u"AXMoved"_s, u"AXResized"_s, u"AXLayoutChanged"_s,
-                                        u"AXCreated"_s, u"AXUIElementDestroyed"_s};
+using N = AccessibilityNotification;
+constexpr N applicationNotifications[] = {N::focusedElementChanged, N::focusedWindowChanged,
+                                          N::windowCreated};
+constexpr N geometryNotifications[] = {N::moved, N::resized, N::created, N::destroyed};
 
 } // namespace
 
 AppTargetTracker::AppTargetTracker(Workspace& workspace, Accessibility& accessibility,
-                                   QStringList arguments, QObject* parent)
+                                   QObject* parent)
     : QObject(parent)
     , workspace(workspace)
     , accessibility(accessibility) {
-    for (const QString& argument : arguments) {
-        if (argument.startsWith(u"--qa-target-bundle="_s) && !qaTargetBundle)
-            qaTargetBundle = argument.mid(19);
-        if (argument == u"--qa-target-log"_s)
-            qaTargetLog = true;
-    }
     fallbackTimer.setInterval(pollIntervalMs);
     connect(&fallbackTimer, &QTimer::timeout, this, &AppTargetTracker::pollCurrentTarget);
 }
@@ -37,7 +31,18 @@ AppTargetTracker::~AppTargetTracker() {
     removeAccessibilityObserver();
 }
 
+void AppTargetTracker::setTargetLog(bool on) {
+    QUENDRA_CHECK_THREAD(checker);
+    targetLog = on;
+}
+
+void AppTargetTracker::setTargetBundleOverride(const QString& bundleIdentifier) {
+    QUENDRA_CHECK_THREAD(checker);
+    targetBundleOverride = bundleIdentifier;
+}
+
 void AppTargetTracker::start() {
+    QUENDRA_CHECK_THREAD(checker);
     if (started)
         return;
     started = true;
@@ -45,10 +50,8 @@ void AppTargetTracker::start() {
             [this](const RunningApplication& application) {
                 captureCurrentTarget(false, application, TargetUpdateReason::applicationChanged);
             });
-    connect(&workspace, &Workspace::applicationTerminated, this, [this](qint64 processId) {
-        if (onApplicationTerminated)
-            onApplicationTerminated(processId);
-    });
+    connect(&workspace, &Workspace::applicationTerminated, this,
+            &AppTargetTracker::applicationTerminated);
     fallbackTimer.start();
     captureCurrentTarget(false, std::nullopt, TargetUpdateReason::manual);
 }
@@ -56,10 +59,11 @@ void AppTargetTracker::start() {
 void AppTargetTracker::captureCurrentTarget(
     bool allowingOwnApp, const std::optional<RunningApplication>& preferredApplication,
     TargetUpdateReason reason) {
+    QUENDRA_CHECK_THREAD(checker);
     std::optional<RunningApplication> application;
-    if (qaTargetBundle) {
+    if (!targetBundleOverride.isEmpty()) {
         for (const RunningApplication& running : workspace.runningApplications())
-            if (running.bundleIdentifier == *qaTargetBundle) {
+            if (running.bundleIdentifier == targetBundleOverride) {
                 application = running;
                 break;
             }
@@ -77,7 +81,7 @@ void AppTargetTracker::captureCurrentTarget(
         updateTarget(application, element, reason);
         observeGeometry(element, *application);
     }
-    if (qaTargetLog) {
+    if (targetLog) {
         const QString name = application && !application->localizedName.isEmpty()
                                  ? application->localizedName
                                  : u"unknown"_s;
@@ -87,21 +91,22 @@ void AppTargetTracker::captureCurrentTarget(
 }
 
 Element AppTargetTracker::focusedElement(const RunningApplication& application) {
+    QUENDRA_CHECK_THREAD(checker);
     const Element app = accessibility.applicationElement(application.processId);
     if (!app)
         return {};
-    return accessibility.elementAttribute(app, u"AXFocusedUIElement"_s);
+    return accessibility.elementAttribute(app, AccessibleElementAttribute::focusedElement);
 }
 
 void AppTargetTracker::updateTarget(const std::optional<RunningApplication>& application,
                                     const Element& element, TargetUpdateReason reason) {
     target = application;
     focused = element;
-    if (onTargetChanged)
-        onTargetChanged({application, element, reason});
+    Q_EMIT targetChanged({application, element, reason});
 }
 
 void AppTargetTracker::pollCurrentTarget() {
+    QUENDRA_CHECK_THREAD(checker);
     if (!accessibility.isTrusted())
         return;
     const auto frontmost = workspace.frontmostApplication();
@@ -131,15 +136,15 @@ void AppTargetTracker::installAccessibilityObserver(const RunningApplication& ap
     removeAccessibilityObserver();
     QPointer<AppTargetTracker> self(this);
     auto observer = accessibility.createObserver(
-        application.processId, [self](const QString& name, const Element&) {
+        application.processId, [self](AccessibilityNotification notification, const Element&) {
             // Queued, so that a handler replacing the observer never runs
             // inside that observer's own dispatch.
             if (self)
                 QMetaObject::invokeMethod(
                     self.data(),
-                    [self, name] {
+                    [self, notification] {
                         if (self)
-                            self->handleAccessibilityNotification(name);
+                            self->handleAccessibilityNotification(notification);
                     },
                     Qt::QueuedConnection);
         });
@@ -147,8 +152,8 @@ void AppTargetTracker::installAccessibilityObserver(const RunningApplication& ap
         return;
     const Element app = accessibility.applicationElement(application.processId);
     if (app)
-        for (const QString& name : applicationNotifications)
-            observer->addNotification(app, name);
+        for (const AccessibilityNotification notification : applicationNotifications)
+            observer->addNotification(app, notification);
     accessibilityObserver = std::move(observer);
     observedApplicationElement = app;
     observedProcessIdentifier = application.processId;
@@ -178,29 +183,30 @@ void AppTargetTracker::observeGeometry(const Element& element,
         watched.append(candidate);
     };
     add(element);
-    const Element parent = accessibility.elementAttribute(element, u"AXParent"_s);
+    const Element parent =
+        accessibility.elementAttribute(element, AccessibleElementAttribute::parent);
     add(parent);
     if (parent)
-        add(accessibility.elementAttribute(parent, u"AXParent"_s));
-    add(accessibility.elementAttribute(element, u"AXWindow"_s));
+        add(accessibility.elementAttribute(parent, AccessibleElementAttribute::parent));
+    add(accessibility.elementAttribute(element, AccessibleElementAttribute::window));
     for (const Element& watchedElement : watched)
-        for (const QString& name : geometryNotifications)
-            accessibilityObserver->addNotification(watchedElement, name);
+        for (const AccessibilityNotification notification : geometryNotifications)
+            accessibilityObserver->addNotification(watchedElement, notification);
     observedDynamicElements = watched;
 }
 
 void AppTargetTracker::clearDynamicNotifications() {
     if (accessibilityObserver)
         for (const Element& element : std::as_const(observedDynamicElements))
-            for (const QString& name : geometryNotifications)
-                accessibilityObserver->removeNotification(element, name);
+            for (const AccessibilityNotification notification : geometryNotifications)
+                accessibilityObserver->removeNotification(element, notification);
     observedDynamicElements.clear();
 }
 
-void AppTargetTracker::handleAccessibilityNotification(const QString& name) {
-    if (name == u"AXMoved"_s || name == u"AXResized"_s || name == u"AXLayoutChanged"_s) {
-        if (onTargetChanged)
-            onTargetChanged({target, focused, TargetUpdateReason::geometryChanged});
+void AppTargetTracker::handleAccessibilityNotification(AccessibilityNotification notification) {
+    if (notification == AccessibilityNotification::moved ||
+        notification == AccessibilityNotification::resized) {
+        Q_EMIT targetChanged({target, focused, TargetUpdateReason::geometryChanged});
         return;
     }
     captureCurrentTarget(false, std::nullopt, TargetUpdateReason::focusChanged);

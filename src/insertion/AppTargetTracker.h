@@ -1,27 +1,32 @@
 #pragma once
 
 #include "InsertionTarget.h"
+#include "model/MainThreadChecker.h"
 #include "platform/Accessibility.h"
 #include "platform/Workspace.h"
 
 #include <QObject>
-#include <QStringList>
 #include <QTimer>
 
-#include <functional>
 #include <memory>
 #include <optional>
 
 namespace quendra {
 
 // Follows the frontmost other application and its focused element, and
-// reports every change through onTargetChanged. Main thread only.
+// reports every change through targetChanged. Main thread only.
 class AppTargetTracker : public QObject {
     Q_OBJECT
 public:
-    AppTargetTracker(Workspace& workspace, Accessibility& accessibility, QStringList arguments = {},
-                     QObject* parent = nullptr);
+    AppTargetTracker(Workspace& workspace, Accessibility& accessibility, QObject* parent = nullptr);
     ~AppTargetTracker() override;
+
+    // Each capture written to standard error, for the tests that drive the
+    // real desktop. Off by default.
+    void setTargetLog(bool on);
+    // Captures the running application with this identifier, when there is
+    // one, instead of the frontmost. Empty (the default) for none.
+    void setTargetBundleOverride(const QString& bundleIdentifier);
 
     void start();
     void captureCurrentTarget(bool allowingOwnApp,
@@ -35,10 +40,11 @@ public:
     const Element& focusedTargetElement() const { return focused; }
     bool isStarted() const { return started; }
 
-    std::function<void(const TargetUpdate&)> onTargetChanged;
-    std::function<void(qint64 processId)> onApplicationTerminated;
-
     static constexpr int pollIntervalMs = 250;
+
+Q_SIGNALS:
+    void targetChanged(const quendra::TargetUpdate& update);
+    void applicationTerminated(qint64 processId);
 
 private:
     void updateTarget(const std::optional<RunningApplication>& application, const Element& element,
@@ -47,12 +53,13 @@ private:
     void removeAccessibilityObserver();
     void observeGeometry(const Element& element, const RunningApplication& application);
     void clearDynamicNotifications();
-    void handleAccessibilityNotification(const QString& name);
+    void handleAccessibilityNotification(AccessibilityNotification notification);
 
+    MainThreadChecker checker;
     Workspace& workspace;
     Accessibility& accessibility;
-    std::optional<QString> qaTargetBundle;
-    bool qaTargetLog = false;
+    QString targetBundleOverride;
+    bool targetLog = false;
 
     std::optional<RunningApplication> target;
     Element focused;

@@ -1,32 +1,29 @@
 #include "InsertionGuard.h"
 
-#include <QStringList>
-
 #include <algorithm>
-
-using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
-bool InsertionGuard::isSecure(const std::optional<QString>& role,
-                              const std::optional<QString>& subrole) {
-    QStringList present;
-    if (role)
-        present << role->toLower();
-    if (subrole)
-        present << subrole->toLower();
-    const QString joined = present.join(u' ');
-    return joined.contains(u"secure"_s) || joined.contains(u"password"_s);
+bool InsertionGuard::isSecure(const std::optional<AccessibleRole>& role) {
+    return role == AccessibleRole::passwordText;
 }
 
-bool InsertionGuard::isEditable(const std::optional<QString>& role, bool selectedTextSettable) {
-    if (isSecure(role, std::nullopt))
+bool InsertionGuard::isEditable(const std::optional<AccessibleRole>& role,
+                                bool selectedTextSettable) {
+    if (isSecure(role))
         return false;
     if (selectedTextSettable)
         return true;
-    if (!role)
+    switch (role.value_or(AccessibleRole::other)) {
+    case AccessibleRole::entry:
+    case AccessibleRole::text:
+    case AccessibleRole::terminal:
+    case AccessibleRole::spinButton:
+    case AccessibleRole::comboBox:
+        return true;
+    default:
         return false;
-    return role->startsWith(u"AXText"_s) || *role == u"AXComboBox"_s;
+    }
 }
 
 bool ReplacementTargetMatch::isSameField(const std::optional<QRectF>& originalFrame,

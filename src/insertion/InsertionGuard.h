@@ -1,7 +1,8 @@
 #pragma once
 
+#include "platform/Accessibility.h"
+
 #include <QRectF>
-#include <QString>
 
 #include <optional>
 
@@ -9,8 +10,10 @@ namespace quendra {
 
 // Which fields may receive text.
 namespace InsertionGuard {
-bool isSecure(const std::optional<QString>& role, const std::optional<QString>& subrole);
-bool isEditable(const std::optional<QString>& role, bool selectedTextSettable);
+bool isSecure(const std::optional<AccessibleRole>& role);
+// A field that takes text: one whose selection can be written, or one of the
+// text roles; never a password field.
+bool isEditable(const std::optional<AccessibleRole>& role, bool selectedTextSettable);
 } // namespace InsertionGuard
 
 namespace ReplacementTargetMatch {

@@ -31,39 +31,38 @@ bool sameAddress(const std::optional<QString>& a, const std::optional<QString>& 
 } // namespace
 
 InsertionService::InsertionService(Accessibility& accessibility, Workspace& workspace,
-                                   Pasteboard& pasteboard, KeyEventPoster& keys,
-                                   QStringList arguments, QObject* parent)
+                                   Pasteboard& pasteboard, KeyEventPoster& keys, QObject* parent)
     : QObject(parent)
     , accessibility(accessibility)
     , workspace(workspace)
     , pasteboard(pasteboard)
-    , keys(keys)
-    , qaTargetLog(arguments.contains(u"--qa-target-log"_s)) {}
+    , keys(keys) {}
+
+void InsertionService::setTargetLog(bool on) {
+    QUENDRA_CHECK_THREAD(checker);
+    targetLog = on;
+}
 
 void InsertionService::log(const QString& line) {
     qCInfo(cursorInsertionLog).noquote() << line;
-    if (onDiagnostic)
-        onDiagnostic(line);
+    Q_EMIT diagnostic(line);
 }
 
 Element InsertionService::focusedElement(const RunningApplication& application) {
+    QUENDRA_CHECK_THREAD(checker);
     const Element app = accessibility.applicationElement(application.processId);
     if (!app)
         return {};
-    return accessibility.elementAttribute(app, u"AXFocusedUIElement"_s);
-}
-
-std::optional<QString> InsertionService::attribute(const QString& name, const Element& element) {
-    if (!element)
-        return std::nullopt;
-    return accessibility.stringAttribute(element, name);
+    return accessibility.elementAttribute(app, AccessibleElementAttribute::focusedElement);
 }
 
 std::optional<QString> InsertionService::webAddress(const Element& element) {
+    QUENDRA_CHECK_THREAD(checker);
     Element current = element;
     for (int visited = 0; current && visited < 16; ++visited) {
-        if (accessibility.stringAttribute(current, u"AXRole"_s) == u"AXWebArea"_s) {
-            const auto text = accessibility.stringAttribute(current, u"AXURL"_s);
+        if (accessibility.role(current) == AccessibleRole::documentWeb) {
+            const auto text =
+                accessibility.stringAttribute(current, AccessibleStringAttribute::documentAddress);
             if (!text)
                 return std::nullopt;
             const QUrl url(*text);
@@ -71,38 +70,37 @@ std::optional<QString> InsertionService::webAddress(const Element& element) {
                 return std::nullopt;
             return url.toString(QUrl::FullyEncoded);
         }
-        current = accessibility.elementAttribute(current, u"AXParent"_s);
+        current = accessibility.elementAttribute(current, AccessibleElementAttribute::parent);
     }
     return std::nullopt;
 }
 
 TargetCapture InsertionService::captureTarget(const std::optional<RunningApplication>& application,
                                               const Element& element) {
+    QUENDRA_CHECK_THREAD(checker);
     if (!accessibility.isTrusted() || !application || !element)
         return {};
-    const auto role = accessibility.stringAttribute(element, u"AXRole"_s);
-    const auto subrole = accessibility.stringAttribute(element, u"AXSubrole"_s);
-    if (InsertionGuard::isSecure(role, subrole))
+    const auto role = accessibility.role(element);
+    if (InsertionGuard::isSecure(role))
         return {TargetCaptureKind::secureField, std::nullopt};
-    const bool settable = accessibility.isAttributeSettable(element, u"AXSelectedText"_s);
-    if (qaTargetLog)
-        std::fprintf(stderr, "target role=%s subrole=%s selectedTextSettable=%s\n",
-                     qUtf8Printable(role.value_or(QString())),
-                     qUtf8Printable(subrole.value_or(QString())), settable ? "true" : "false");
+    const bool settable = accessibility.canSetSelectedText(element);
+    if (targetLog)
+        std::fprintf(stderr, "target role=%s selectedTextSettable=%s\n",
+                     role ? qUtf8Printable(toString(*role)) : "-", settable ? "true" : "false");
     if (!InsertionGuard::isEditable(role, settable))
         return {};
     InsertionTarget target;
     target.application = *application;
     target.element = element;
     target.role = role;
-    target.subrole = subrole;
-    target.window = accessibility.elementAttribute(element, u"AXWindow"_s);
+    target.window = accessibility.elementAttribute(element, AccessibleElementAttribute::window);
     target.frame = accessibility.frame(element);
     target.webAddress = webAddress(element);
     return TargetCapture::ready(std::move(target));
 }
 
 std::optional<QString> InsertionService::writingApplication(const InsertionTarget& target) {
+    QUENDRA_CHECK_THREAD(checker);
     const QString key = target.application.bundleIdentifier;
     if (WritingDestinations::detect(key))
         return key;
@@ -120,9 +118,11 @@ std::optional<QString> InsertionService::writingApplication(const InsertionTarge
 }
 
 std::optional<TextContext> InsertionService::textContext(const InsertionTarget& target) {
-    if (InsertionGuard::isSecure(target.role, target.subrole))
+    QUENDRA_CHECK_THREAD(checker);
+    if (InsertionGuard::isSecure(target.role))
         return std::nullopt;
-    const auto text = accessibility.stringAttribute(target.element, u"AXValue"_s);
+    const auto text =
+        accessibility.stringAttribute(target.element, AccessibleStringAttribute::value);
     const auto range = accessibility.selectedTextRange(target.element);
     if (!text || !range)
         return std::nullopt;
@@ -134,6 +134,7 @@ std::optional<TextContext> InsertionService::textContext(const InsertionTarget& 
 }
 
 QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTarget target) {
+    QUENDRA_CHECK_THREAD(checker);
     QPointer<InsertionService> self(this);
     if (!accessibility.isTrusted()) {
         log(u"blocked: Accessibility permission is unavailable"_s);
@@ -144,11 +145,10 @@ QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTar
         log(u"blocked: target application terminated"_s);
         co_return InsertionResult::failed;
     }
-    const auto currentSubrole =
-        accessibility.stringAttribute(target.element, u"AXSubrole"_s).or_else([&] {
-            return target.subrole;
-        });
-    if (InsertionGuard::isSecure(target.role, currentSubrole)) {
+    // A field can turn into a password field while the user speaks.
+    const auto currentRole =
+        accessibility.role(target.element).or_else([&] { return target.role; });
+    if (InsertionGuard::isSecure(target.role) || InsertionGuard::isSecure(currentRole)) {
         log(u"blocked: original target is secure"_s);
         co_return InsertionResult::blockedSecureField;
     }
@@ -182,9 +182,9 @@ QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTar
         co_return InsertionResult::failed;
     }
 
-    const int status = accessibility.setFocused(target.element);
+    const auto focusResult = accessibility.setFocused(target.element);
     bool confirmed = false;
-    if (status == 0) {
+    if (focusResult) {
         for (int sleeps = 0;; ++sleeps) {
             if (sameElement(focusedElement(target.application), target.element)) {
                 confirmed = true;
@@ -197,7 +197,8 @@ QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTar
                 co_return InsertionResult::failed;
         }
     }
-    log(u"original focus status=%1 confirmed=%2"_s.arg(status).arg(flag(confirmed)));
+    log(u"original focus status=%1 confirmed=%2"_s.arg(
+        focusResult ? u"ok"_s : toString(focusResult.error()), flag(confirmed)));
     co_await QCoro::sleepFor(60ms);
     if (!self)
         co_return InsertionResult::failed;
@@ -260,15 +261,17 @@ QCoro::Task<bool> InsertionService::paste(QString text, InsertionTarget target) 
     auto changed = std::make_shared<bool>(false);
     auto observer = accessibility.createObserver(
         target.application.processId,
-        [changed, element = target.element](const QString& name, const Element& source) {
-            if (name == u"AXValueChanged"_s && sameElement(source, element))
+        [changed, element = target.element](AccessibilityNotification notification,
+                                            const Element& source) {
+            if (notification == AccessibilityNotification::valueChanged &&
+                sameElement(source, element))
                 *changed = true;
         });
-    const bool watching =
-        observer && observer->addNotification(target.element, u"AXValueChanged"_s);
+    const bool watching = observer && observer->addNotification(
+                                          target.element, AccessibilityNotification::valueChanged);
 
     const PasteKeys keyChoice =
-        target.subrole == u"AXTerminal"_s ? PasteKeys::controlShift : PasteKeys::control;
+        target.role == AccessibleRole::terminal ? PasteKeys::controlShift : PasteKeys::control;
     if (!keys.postPaste(keyChoice)) {
         if (pasteboard.changeCount() == written)
             restore(snapshot);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "InsertionTarget.h"
+#include "model/MainThreadChecker.h"
 #include "platform/Accessibility.h"
 #include "platform/KeyEventPoster.h"
 #include "platform/Pasteboard.h"
@@ -8,9 +9,7 @@
 
 #include <QCoroTask>
 #include <QObject>
-#include <QStringList>
 
-#include <functional>
 #include <optional>
 
 namespace quendra {
@@ -26,7 +25,11 @@ class InsertionService : public QObject {
     Q_OBJECT
 public:
     InsertionService(Accessibility& accessibility, Workspace& workspace, Pasteboard& pasteboard,
-                     KeyEventPoster& keys, QStringList arguments = {}, QObject* parent = nullptr);
+                     KeyEventPoster& keys, QObject* parent = nullptr);
+
+    // Each classified target written to standard error, for the tests that
+    // drive the real desktop. Off by default.
+    void setTargetLog(bool on);
 
     QCoro::Task<InsertionResult> insert(QString text, InsertionTarget target);
 
@@ -35,16 +38,16 @@ public:
     Element focusedElement(const RunningApplication& application);
     std::optional<QString> writingApplication(const InsertionTarget& target);
     std::optional<TextContext> textContext(const InsertionTarget& target);
-    std::optional<QString> attribute(const QString& name, const Element& element);
     std::optional<QString> webAddress(const Element& element);
-
-    // Receives each diagnostic line as it is logged.
-    std::function<void(const QString&)> onDiagnostic;
 
     // How long a pasted text may take to show up in the field before the
     // accessibility fallback writes it instead.
     int pasteConfirmationMs = 750;
     int restoreDelayMs = 900;
+
+Q_SIGNALS:
+    // Each diagnostic line as it is logged.
+    void diagnostic(const QString& line);
 
 private:
     QCoro::Task<bool> paste(QString text, InsertionTarget target);
@@ -55,7 +58,8 @@ private:
     Workspace& workspace;
     Pasteboard& pasteboard;
     KeyEventPoster& keys;
-    bool qaTargetLog = false;
+    MainThreadChecker checker;
+    bool targetLog = false;
 };
 
 } // namespace quendra

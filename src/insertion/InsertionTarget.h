@@ -14,8 +14,7 @@ namespace quendra {
 struct InsertionTarget {
     RunningApplication application;
     Element element;
-    std::optional<QString> role;
-    std::optional<QString> subrole;
+    std::optional<AccessibleRole> role;
     Element window;
     // Screen coordinates, origin at the top left of the primary screen.
     std::optional<QRectF> frame;

@@ -1,7 +1,6 @@
 #include "OverlayGeometry.h"
 
 #include <QQueue>
-#include <QSet>
 
 #include <cmath>
 
@@ -11,12 +10,34 @@ namespace quendra {
 
 namespace {
 
-const QSet<QString> interactiveRoles{
-    u"AXButton"_s,    u"AXCheckBox"_s,     u"AXComboBox"_s,    u"AXDisclosureTriangle"_s,
-    u"AXLink"_s,      u"AXMenuButton"_s,   u"AXPopUpButton"_s, u"AXRadioButton"_s,
-    u"AXScrollBar"_s, u"AXSlider"_s,       u"AXTab"_s,         u"AXTextArea"_s,
-    u"AXTextField"_s, u"AXToolbarButton"_s};
-const QStringList interactiveActions{u"AXPress"_s, u"AXConfirm"_s, u"AXShowMenu"_s, u"AXPick"_s};
+// Controls the field microphone must not cover.
+bool isInteractiveRole(AccessibleRole role) {
+    switch (role) {
+    case AccessibleRole::entry:
+    case AccessibleRole::text:
+    case AccessibleRole::passwordText:
+    case AccessibleRole::terminal:
+    case AccessibleRole::spinButton:
+    case AccessibleRole::comboBox:
+    case AccessibleRole::pushButton:
+    case AccessibleRole::toggleButton:
+    case AccessibleRole::checkBox:
+    case AccessibleRole::radioButton:
+    case AccessibleRole::link:
+    case AccessibleRole::menu:
+    case AccessibleRole::scrollBar:
+    case AccessibleRole::slider:
+    case AccessibleRole::pageTab:
+        return true;
+    case AccessibleRole::application:
+    case AccessibleRole::window:
+    case AccessibleRole::label:
+    case AccessibleRole::documentWeb:
+    case AccessibleRole::other:
+        return false;
+    }
+    return false;
+}
 
 double area(const QRectF& rect) {
     return rect.width() * rect.height();
@@ -156,14 +177,10 @@ QPointF OverlayGeometry::floatingOrigin(QSizeF panelSize, const Element& near) {
 bool OverlayGeometry::isInteractive(const Element& element) {
     if (!element)
         return false;
-    if (const auto role = accessibility.stringAttribute(element, u"AXRole"_s);
-        role && interactiveRoles.contains(*role))
+    if (const auto role = accessibility.role(element); role && isInteractiveRole(*role))
         return true;
-    const QStringList actions = accessibility.actionNames(element);
-    for (const QString& action : interactiveActions)
-        if (actions.contains(action))
-            return true;
-    return false;
+    // Anything that can be pressed or opens a menu is a control, whatever its role.
+    return !accessibility.actions(element).isEmpty();
 }
 
 QList<QRectF> OverlayGeometry::nearbyInteractiveFrames(const Element& element,
@@ -178,7 +195,8 @@ QList<QRectF> OverlayGeometry::nearbyInteractiveFrames(const Element& element,
 
     Element root = element;
     for (int up = 0; up < 3; ++up) {
-        const Element parent = accessibility.elementAttribute(root, u"AXParent"_s);
+        const Element parent =
+            accessibility.elementAttribute(root, AccessibleElementAttribute::parent);
         if (!parent)
             break;
         root = parent;
@@ -206,7 +224,7 @@ Element OverlayGeometry::interactiveAncestor(const Element& element, const Eleme
     for (int guard = 0; current && guard < 64; ++guard) {
         if (!sameElement(current, excluding) && isInteractive(current))
             return current;
-        current = accessibility.elementAttribute(current, u"AXParent"_s);
+        current = accessibility.elementAttribute(current, AccessibleElementAttribute::parent);
     }
     return {};
 }

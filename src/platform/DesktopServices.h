@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/DictationShortcut.h"
 #include "platform/Accessibility.h"
 #include "platform/HotKeyService.h"
 #include "platform/KeyEventPoster.h"
@@ -40,8 +41,8 @@ struct DesktopServices {
         bool enabled = false;
     };
     static AccessibilityStatus accessibilityStatus();
-    // Asks the server for the combination and gives it back at once.
-    static bool canRegisterHotKey(std::uint32_t keyCode, std::uint32_t modifiers);
+    // Asks the server for the shortcut's keys and gives them back at once.
+    static bool canRegisterHotKey(const DictationShortcut& shortcut);
     // Turns accessibility on for applications started from now on.
     static bool enableAccessibility();
 };

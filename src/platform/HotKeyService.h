@@ -2,6 +2,8 @@
 
 // One system-wide key combination per identifier. Main thread only.
 
+#include "model/DictationShortcut.h"
+
 #include <QObject>
 
 #include <cstdint>
@@ -16,10 +18,10 @@ class HotKeyService : public QObject {
 public:
     using QObject::QObject;
 
-    // Takes the combination (key code and modifier bits of DictationShortcut)
+    // Takes the combination (a keysym and modifiers, as in DictationShortcut)
     // for the identifier, replacing nothing: unregister first.
     virtual std::expected<void, HotKeyServiceError>
-    registerHotKey(std::uint32_t identifier, std::uint32_t keyCode, std::uint32_t modifiers) = 0;
+    registerHotKey(std::uint32_t identifier, std::uint32_t keysym, ShortcutModifiers modifiers) = 0;
     virtual void unregisterHotKey(std::uint32_t identifier) = 0;
 
 Q_SIGNALS:

@@ -1,7 +1,5 @@
 #include "HotKeyManager.h"
 
-#include <QPointer>
-
 #include <cstdio>
 
 using namespace Qt::Literals::StringLiterals;
@@ -16,12 +14,19 @@ QString message(HotKeyError error) {
     return {};
 }
 
-HotKeyManager::HotKeyManager(HotKeyService& service, std::uint32_t identifier,
-                             QStringList arguments, QObject* parent)
+HotKeyManager::HotKeyManager(HotKeyService& service, std::uint32_t identifier, QObject* parent)
     : QObject(parent)
     , service(service)
-    , hotKeyID(identifier)
-    , qaHotKeyLog(arguments.contains(u"--qa-hotkey-log"_s)) {}
+    , hotKeyID(identifier) {
+    // Queued, so that whatever a press starts never runs inside the service's dispatch.
+    connect(
+        &service, &HotKeyService::pressed, this,
+        [this](std::uint32_t pressedIdentifier) {
+            if (pressedIdentifier == hotKeyID)
+                Q_EMIT pressed();
+        },
+        Qt::QueuedConnection);
+}
 
 HotKeyManager::~HotKeyManager() {
     if (registered)
@@ -30,31 +35,17 @@ HotKeyManager::~HotKeyManager() {
 
 std::expected<void, HotKeyError>
 HotKeyManager::registerShortcut(const DictationShortcut& shortcut) {
-    if (!handlerInstalled) {
-        connect(&service, &HotKeyService::pressed, this, [this](std::uint32_t identifier) {
-            if (identifier != hotKeyID)
-                return;
-            QPointer<HotKeyManager> self(this);
-            QMetaObject::invokeMethod(
-                this,
-                [self] {
-                    if (self && self->onPressed)
-                        self->onPressed();
-                },
-                Qt::QueuedConnection);
-        });
-        handlerInstalled = true;
-    }
+    QUENDRA_CHECK_THREAD(checker);
     if (registered) {
         if (*registered == shortcut)
             return {};
         service.unregisterHotKey(hotKeyID);
         registered.reset();
     }
-    if (!service.registerHotKey(hotKeyID, shortcut.keyCode, shortcut.carbonModifiers))
+    if (!service.registerHotKey(hotKeyID, shortcut.keysym, shortcut.modifiers))
         return std::unexpected(HotKeyError::unavailable);
     registered = shortcut;
-    if (qaHotKeyLog)
+    if (hotKeyLog)
         std::fprintf(stderr, "qa registered shortcut=%s\n", qUtf8Printable(shortcut.displayName()));
     return {};
 }

@@ -1,14 +1,13 @@
 #pragma once
 
 #include "model/DictationShortcut.h"
+#include "model/MainThreadChecker.h"
 #include "platform/HotKeyService.h"
 
 #include <QObject>
-#include <QStringList>
 
 #include <cstdint>
 #include <expected>
-#include <functional>
 #include <optional>
 
 namespace quendra {
@@ -17,31 +16,35 @@ enum class HotKeyError { unavailable };
 
 QString message(HotKeyError error);
 
-// One global key combination and its press callback. Main thread only.
+// One global key combination and its presses. Main thread only.
 class HotKeyManager : public QObject {
     Q_OBJECT
 public:
-    HotKeyManager(HotKeyService& service, std::uint32_t identifier, QStringList arguments = {},
-                  QObject* parent = nullptr);
+    HotKeyManager(HotKeyService& service, std::uint32_t identifier, QObject* parent = nullptr);
     ~HotKeyManager() override;
 
     std::expected<void, HotKeyError> registerShortcut(const DictationShortcut& shortcut);
     const std::optional<DictationShortcut>& registeredShortcut() const { return registered; }
 
-    // Called once per press, never for auto-repeats, never inside the
-    // service's own event dispatch.
-    std::function<void()> onPressed;
+    // Each registration written to standard error, for the tests that drive
+    // the real desktop. Off by default.
+    void setHotKeyLog(bool on) { hotKeyLog = on; }
 
     static constexpr std::uint32_t signature = 0x514E4452; // "QNDR"
     static constexpr std::uint32_t dictationIdentifier = 1;
     static constexpr std::uint32_t notesIdentifier = 2;
 
+Q_SIGNALS:
+    // Once per press, never for auto-repeats, never inside the service's own
+    // event dispatch.
+    void pressed();
+
 private:
+    MainThreadChecker checker;
     HotKeyService& service;
     const std::uint32_t hotKeyID;
     std::optional<DictationShortcut> registered;
-    bool handlerInstalled = false;
-    bool qaHotKeyLog = false;
+    bool hotKeyLog = false;
 };
 
 } // namespace quendra

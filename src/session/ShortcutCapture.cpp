@@ -8,37 +8,44 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
-std::optional<QString> keyLabel(std::uint32_t keyCode) {
-    static const std::pair<std::uint32_t, QStringView> labels[] = {
-        {49, u"Space"}, {36, u"Return"}, {48, u"Tab"},
-        {53, u"Esc"},   {51, u"Delete"}, {117, u"Forward Delete"},
-        {123, u"←"},    {124, u"→"},     {126, u"↑"},
-        {125, u"↓"},    {122, u"F1"},    {120, u"F2"},
-        {99, u"F3"},    {118, u"F4"},    {96, u"F5"},
-        {97, u"F6"},    {98, u"F7"},     {100, u"F8"},
-        {101, u"F9"},   {109, u"F10"},   {103, u"F11"},
-        {111, u"F12"},  {105, u"F13"},   {107, u"F14"},
-        {113, u"F15"},  {106, u"F16"},   {64, u"F17"},
-        {79, u"F18"},   {80, u"F19"},    {90, u"F20"}};
-    for (const auto& [code, label] : labels)
-        if (code == keyCode)
+std::optional<QString> keyLabel(std::uint32_t keysym) {
+    using namespace Keysym;
+    if (keysym >= f1 && keysym <= f35)
+        return u"F%1"_s.arg(keysym - f1 + 1);
+    static const std::pair<std::uint32_t, QStringView> labels[] = {{space, u"Space"},
+                                                                   {returnKey, u"Return"},
+                                                                   {tab, u"Tab"},
+                                                                   {escape, u"Esc"},
+                                                                   {backSpace, u"Backspace"},
+                                                                   {deleteKey, u"Delete"},
+                                                                   {insert, u"Insert"},
+                                                                   {home, u"Home"},
+                                                                   {end, u"End"},
+                                                                   {pageUp, u"Page Up"},
+                                                                   {pageDown, u"Page Down"},
+                                                                   {left, u"←"},
+                                                                   {right, u"→"},
+                                                                   {up, u"↑"},
+                                                                   {down, u"↓"}};
+    for (const auto& [known, label] : labels)
+        if (known == keysym)
             return label.toString();
     return std::nullopt;
 }
 
-CaptureResult captureShortcut(std::uint16_t keyCode, std::uint32_t modifiers,
-                              const std::optional<QString>& charactersIgnoringModifiers) {
-    const std::uint32_t mask = modifiers & (CarbonModifier::control | CarbonModifier::option |
-                                            CarbonModifier::shift | CarbonModifier::command);
-    const QString label = keyLabel(keyCode).value_or(
-        charactersIgnoringModifiers.value_or(QString()).trimmed().toUpper());
-    if (label.isEmpty())
+CaptureResult captureShortcut(std::uint32_t keysym, ShortcutModifiers modifiers,
+                              const std::optional<QString>& text) {
+    // With Shift held the event names the capital letter; the key is the same.
+    if (keysym >= 'A' && keysym <= 'Z')
+        keysym += 'a' - 'A';
+    const QString label = keyLabel(keysym).value_or(text.value_or(QString()).trimmed().toUpper());
+    if (keysym == 0 || label.isEmpty())
         return {};
     static const QRegularExpression functionKey(u"^F[0-9]+$"_s);
     const bool strong =
-        mask & (CarbonModifier::control | CarbonModifier::option | CarbonModifier::command);
+        modifiers & (ShortcutModifier::ctrl | ShortcutModifier::alt | ShortcutModifier::super);
     if (functionKey.match(label).hasMatch() || strong)
-        return {CaptureKind::accepted, {keyCode, mask, label}, {}};
+        return {CaptureKind::accepted, {keysym, modifiers, label}, {}};
     return {CaptureKind::needsModifier, {}, label};
 }
 

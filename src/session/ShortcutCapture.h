@@ -21,10 +21,11 @@ struct CaptureResult {
     std::optional<QString> message() const;
 };
 
-// keyCode is a virtual key code of DictationShortcut, modifiers its modifier bits.
-CaptureResult captureShortcut(std::uint16_t keyCode, std::uint32_t modifiers,
-                              const std::optional<QString>& charactersIgnoringModifiers);
+// keysym is the key event's keysym (QKeyEvent::nativeVirtualKey() on X11),
+// text what it typed, used as the label of keys without a fixed one.
+CaptureResult captureShortcut(std::uint32_t keysym, ShortcutModifiers modifiers,
+                              const std::optional<QString>& text);
 // The fixed label of a named key ("Space", "F5", "←"), none for typed keys.
-std::optional<QString> keyLabel(std::uint32_t keyCode);
+std::optional<QString> keyLabel(std::uint32_t keysym);
 
 } // namespace quendra

@@ -7,7 +7,7 @@ namespace quendra {
 namespace {
 
 bool sameKeys(const DictationShortcut& a, const std::optional<DictationShortcut>& b) {
-    return b && a.keyCode == b->keyCode && a.carbonModifiers == b->carbonModifiers;
+    return b && a.sameKeys(*b);
 }
 
 } // namespace
@@ -18,9 +18,23 @@ ShortcutSettings::ShortcutSettings(AppDataStore& store, HotKeyManager& hotKey,
     , hotKey(hotKey)
     , notesHotKey(notesHotKey)
     , dictation(store.dictationShortcut())
-    , notes(store.notesRecordingShortcut()) {}
+    , notes(store.notesRecordingShortcut()) {
+    // Shortcuts stored by earlier builds were converted on reading; they are
+    // written back in the current form once, so that no later read converts.
+    const auto earlier = [&](const QString& key) {
+        const auto bytes = store.defaults().data(key);
+        return bytes && isEarlierShortcutForm(*bytes);
+    };
+    if (earlier(AppDataStore::Keys::dictationShortcut))
+        if (const auto saved = store.setDictationShortcut(dictation); !saved)
+            dictationError = saved.error().message;
+    if (earlier(AppDataStore::Keys::notesRecordingShortcut))
+        if (const auto saved = store.setNotesRecordingShortcut(notes); !saved)
+            notesError = saved.error().message;
+}
 
 void ShortcutSettings::registerStored() {
+    QUENDRA_CHECK_THREAD(checker);
     if (const auto done = hotKey.registerShortcut(dictation); !done)
         dictationError = message(done.error());
     if (notes && !sameKeys(*notes, dictation))
@@ -29,6 +43,7 @@ void ShortcutSettings::registerStored() {
 }
 
 bool ShortcutSettings::setShortcut(const DictationShortcut& shortcut) {
+    QUENDRA_CHECK_THREAD(checker);
     if (sameKeys(shortcut, notes)) {
         dictationError = u"That shortcut already starts a Notes recording. Choose another one."_s;
         return false;
@@ -50,6 +65,7 @@ bool ShortcutSettings::setShortcut(const DictationShortcut& shortcut) {
 }
 
 bool ShortcutSettings::setNotesShortcut(const DictationShortcut& shortcut) {
+    QUENDRA_CHECK_THREAD(checker);
     if (sameKeys(shortcut, dictation)) {
         notesError = u"That shortcut already starts dictation. Choose another one."_s;
         return false;

@@ -2,6 +2,7 @@
 
 #include "HotKeyManager.h"
 #include "model/AppDataStore.h"
+#include "model/MainThreadChecker.h"
 
 #include <QString>
 
@@ -14,6 +15,8 @@ namespace quendra {
 // Main thread only.
 class ShortcutSettings {
 public:
+    // Reads the stored shortcuts; one stored in an earlier form is written
+    // back in the current one (a failure shows as that shortcut's error).
     ShortcutSettings(AppDataStore& store, HotKeyManager& hotKey, HotKeyManager& notesHotKey);
 
     // Registers the stored shortcuts; their errors are published as usual.
@@ -28,6 +31,7 @@ public:
     const QString& notesHotKeyError() const { return notesError; }
 
 private:
+    MainThreadChecker checker;
     AppDataStore& store;
     HotKeyManager& hotKey;
     HotKeyManager& notesHotKey;

@@ -12,18 +12,20 @@ public:
         owner.observers.removeIf([this](const auto& entry) { return entry.observer == this; });
         owner.registrations.removeIf([this](const auto& r) { return r.observer == this; });
     }
-    bool addNotification(const Element& element, const QString& name) override {
+    bool addNotification(const Element& element, AccessibilityNotification notification) override {
         if (!element)
             return false;
         for (const auto& r : owner.registrations)
-            if (r.observer == this && r.element == element.get() && r.name == name)
+            if (r.observer == this && r.element == element.get() && r.notification == notification)
                 return false;
-        owner.registrations.append({this, element.get(), name});
+        owner.registrations.append({this, element.get(), notification});
         return true;
     }
-    void removeNotification(const Element& element, const QString& name) override {
+    void removeNotification(const Element& element,
+                            AccessibilityNotification notification) override {
         owner.registrations.removeIf([&](const auto& r) {
-            return r.observer == this && r.element == element.get() && r.name == name;
+            return r.observer == this && r.element == element.get() &&
+                   r.notification == notification;
         });
     }
 
@@ -38,28 +40,27 @@ FakeNodePtr FakeAccessibility::node(const Element& element) {
 FakeNodePtr FakeAccessibility::addApplication(qint64 processId) {
     auto app = std::make_shared<FakeNode>();
     app->processId = processId;
-    app->strings[u"AXRole"_s] = u"AXApplication"_s;
+    app->role = AccessibleRole::application;
     applications.append(app);
     return app;
 }
 
-FakeNodePtr FakeAccessibility::addElement(const FakeNodePtr& parent, const QString& role,
+FakeNodePtr FakeAccessibility::addElement(const FakeNodePtr& parent, AccessibleRole role,
                                           std::optional<QRectF> frame) {
     auto element = std::make_shared<FakeNode>();
     element->processId = parent->processId;
-    element->strings[u"AXRole"_s] = role;
+    element->role = role;
     element->frame = frame;
     element->parent = parent;
-    element->window =
-        parent->strings.value(u"AXRole"_s) == u"AXWindow"_s ? parent : parent->window.lock();
+    element->window = parent->role == AccessibleRole::window ? parent : parent->window.lock();
     parent->children.append(element);
     return element;
 }
 
 FakeNodePtr FakeAccessibility::addTextField(const FakeNodePtr& parent, QRectF frame) {
-    auto field = addElement(parent, u"AXTextField"_s, frame);
-    field->settable.insert(u"AXSelectedText"_s);
-    field->strings[u"AXValue"_s] = QString();
+    auto field = addElement(parent, AccessibleRole::entry, frame);
+    field->selectedTextSettable = true;
+    field->strings[AccessibleStringAttribute::value] = QString();
     field->selection = TextRange{0, 0};
     return field;
 }
@@ -72,15 +73,15 @@ FakeNodePtr FakeAccessibility::focusedNode(qint64 processId) const {
     return focused.value(processId).lock();
 }
 
-void FakeAccessibility::post(const QString& name, const FakeNodePtr& element) {
+void FakeAccessibility::post(AccessibilityNotification notification, const FakeNodePtr& element) {
     const QList<Registration> current = registrations;
     const QList<ObserverEntry> entries = observers;
     for (const auto& r : current) {
-        if (r.element != element.get() || r.name != name)
+        if (r.element != element.get() || r.notification != notification)
             continue;
         for (const auto& entry : entries)
             if (entry.observer == r.observer)
-                entry.handler(name, element);
+                entry.handler(notification, element);
     }
 }
 
@@ -91,24 +92,34 @@ Element FakeAccessibility::applicationElement(qint64 processId) {
     return {};
 }
 
-std::optional<QString> FakeAccessibility::stringAttribute(const Element& element,
-                                                          const QString& name) {
+std::optional<AccessibleRole> FakeAccessibility::role(const Element& element) {
     const auto n = node(element);
-    if (!n || !n->strings.contains(name))
-        return std::nullopt;
-    return n->strings.value(name);
+    return n ? n->role : std::nullopt;
 }
 
-Element FakeAccessibility::elementAttribute(const Element& element, const QString& name) {
+std::optional<QString> FakeAccessibility::stringAttribute(const Element& element,
+                                                          AccessibleStringAttribute attribute) {
+    const auto n = node(element);
+    if (!n || !n->strings.contains(attribute))
+        return std::nullopt;
+    return n->strings.value(attribute);
+}
+
+Element FakeAccessibility::elementAttribute(const Element& element,
+                                            AccessibleElementAttribute attribute) {
     const auto n = node(element);
     if (!n)
         return {};
-    if (name == u"AXParent"_s)
+    switch (attribute) {
+    case AccessibleElementAttribute::parent:
         return n->parent.lock();
-    if (name == u"AXWindow"_s)
+    case AccessibleElementAttribute::window:
         return n->window.lock();
-    if (name == u"AXFocusedUIElement"_s && n->strings.value(u"AXRole"_s) == u"AXApplication"_s)
-        return focusedNode(n->processId);
+    case AccessibleElementAttribute::focusedElement:
+        if (n->role == AccessibleRole::application)
+            return focusedNode(n->processId);
+        return {};
+    }
     return {};
 }
 
@@ -130,34 +141,36 @@ std::optional<TextRange> FakeAccessibility::selectedTextRange(const Element& ele
     return n ? n->selection : std::nullopt;
 }
 
-QStringList FakeAccessibility::actionNames(const Element& element) {
+QList<AccessibleAction> FakeAccessibility::actions(const Element& element) {
     const auto n = node(element);
-    return n ? n->actions : QStringList();
+    return n ? n->actions : QList<AccessibleAction>();
 }
 
-bool FakeAccessibility::isAttributeSettable(const Element& element, const QString& name) {
+bool FakeAccessibility::canSetSelectedText(const Element& element) {
     const auto n = node(element);
-    return n && n->settable.contains(name);
+    return n && n->selectedTextSettable;
 }
 
-int FakeAccessibility::setFocused(const Element& element) {
+std::expected<void, FocusError> FakeAccessibility::setFocused(const Element& element) {
     ++setFocusedCalls;
     const auto n = node(element);
     if (!n)
-        return -25201;
-    if (focusStatus == 0 && focusFollowsRequests)
+        return std::unexpected(FocusError::noElement);
+    if (focusError)
+        return std::unexpected(*focusError);
+    if (focusFollowsRequests)
         focus(n->processId, n);
-    return focusStatus;
+    return {};
 }
 
 bool FakeAccessibility::setSelectedText(const Element& element, const QString& text) {
     const auto n = node(element);
-    if (!n || !n->acceptsSelectedText || !n->settable.contains(u"AXSelectedText"_s))
+    if (!n || !n->acceptsSelectedText || !n->selectedTextSettable)
         return false;
-    QString value = n->strings.value(u"AXValue"_s);
+    QString value = n->strings.value(AccessibleStringAttribute::value);
     const TextRange range = n->selection.value_or(TextRange{value.size(), 0});
     value.replace(range.location, range.length, text);
-    n->strings[u"AXValue"_s] = value;
+    n->strings[AccessibleStringAttribute::value] = value;
     n->selection = TextRange{range.location + text.size(), 0};
     writtenTexts.append(text);
     return true;

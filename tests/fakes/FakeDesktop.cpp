@@ -81,17 +81,17 @@ bool FakeKeyEventPoster::postPaste(PasteKeys keys) {
     return true;
 }
 
-void FakeHotKeyService::press(std::uint32_t keyCode, std::uint32_t modifiers) {
+void FakeHotKeyService::press(const DictationShortcut& shortcut) {
     for (auto it = registered.cbegin(); it != registered.cend(); ++it)
-        if (it.value() == Combination{keyCode, modifiers})
+        if (it.value() == keysOf(shortcut))
             Q_EMIT pressed(it.key());
 }
 
-std::expected<void, HotKeyServiceError> FakeHotKeyService::registerHotKey(std::uint32_t identifier,
-                                                                          std::uint32_t keyCode,
-                                                                          std::uint32_t modifiers) {
+std::expected<void, HotKeyServiceError>
+FakeHotKeyService::registerHotKey(std::uint32_t identifier, std::uint32_t keysym,
+                                  ShortcutModifiers modifiers) {
     ++registerCalls;
-    const Combination wanted{keyCode, modifiers};
+    const Combination wanted{keysym, modifiers};
     if (takenElsewhere.contains(wanted) || registered.values().contains(wanted))
         return std::unexpected(HotKeyServiceError::unavailable);
     registered.insert(identifier, wanted);

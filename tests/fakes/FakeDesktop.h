@@ -65,22 +65,25 @@ public:
 class FakeHotKeyService : public HotKeyService {
 public:
     struct Combination {
-        std::uint32_t keyCode;
-        std::uint32_t modifiers;
+        std::uint32_t keysym;
+        ShortcutModifiers modifiers;
         friend bool operator==(const Combination&, const Combination&) = default;
     };
+    static Combination keysOf(const DictationShortcut& shortcut) {
+        return {shortcut.keysym, shortcut.modifiers};
+    }
     QMap<std::uint32_t, Combination> registered;
     // Combinations another program holds.
     QList<Combination> takenElsewhere;
     int registerCalls = 0;
     int unregisterCalls = 0;
 
-    // Presses the combination; only the identifier that holds it hears it.
-    void press(std::uint32_t keyCode, std::uint32_t modifiers);
+    // Presses the shortcut's keys; only the identifier that holds them hears it.
+    void press(const DictationShortcut& shortcut);
 
     std::expected<void, HotKeyServiceError> registerHotKey(std::uint32_t identifier,
-                                                           std::uint32_t keyCode,
-                                                           std::uint32_t modifiers) override;
+                                                           std::uint32_t keysym,
+                                                           ShortcutModifiers modifiers) override;
     void unregisterHotKey(std::uint32_t identifier) override;
 };
 

@@ -1,9 +1,11 @@
 // Helpers for the desktop integration tests that need a second X client.
 //   desktop_probe own-clipboard TEXT PNG_OUT   serves TEXT and a PNG (also written to PNG_OUT)
-//   desktop_probe grab KEYCODE MODIFIERS       holds a global key combination
-//   desktop_probe shortcut KEY MODS NEWKEY NEWMODS SECONDS
-//       registers KEY+MODS as the dictation shortcut, tries NEWKEY+NEWMODS,
+//   desktop_probe grab KEYSYM MODIFIERS        holds a global key combination
+//   desktop_probe shortcut KEYSYM MODS NEWKEYSYM NEWMODS SECONDS
+//       registers KEYSYM+MODS as the dictation shortcut, tries NEWKEYSYM+NEWMODS,
 //       prints the error and what is registered, then one line per press.
+// A keysym is a number (0x20 is Space, 0x64 is D); modifiers are names joined
+// with "+" ("Ctrl+Alt"), or "-" for none.
 //   desktop_probe track SECONDS                shows a window titled org.quendra.Probe and
 //       prints each target update: reason, application, whether an element was found.
 
@@ -55,9 +57,32 @@ int ownClipboard(const QString& text, const QString& pngPath) {
     return QGuiApplication::exec();
 }
 
-int grab(std::uint32_t keyCode, std::uint32_t modifiers) {
+std::optional<ShortcutModifiers> modifiersOf(const QString& text) {
+    ShortcutModifiers modifiers;
+    if (text == u"-"_s)
+        return modifiers;
+    for (const QString& name : text.split(u'+')) {
+        const auto modifier = modifierNamed(name);
+        if (!modifier)
+            return std::nullopt;
+        modifiers |= *modifier;
+    }
+    return modifiers;
+}
+
+std::optional<DictationShortcut> shortcutOf(const QString& keysym, const QString& modifiers,
+                                            const QString& label) {
+    bool number = false;
+    const std::uint32_t key = keysym.toUInt(&number, 0);
+    const auto held = modifiersOf(modifiers);
+    if (!number || !held)
+        return std::nullopt;
+    return DictationShortcut{key, *held, label};
+}
+
+int grab(const DictationShortcut& keys) {
     X11HotKeyService service;
-    if (!service.registerHotKey(99, keyCode, modifiers)) {
+    if (!service.registerHotKey(99, keys.keysym, keys.modifiers)) {
         say(u"refused"_s);
         return 1;
     }
@@ -66,18 +91,22 @@ int grab(std::uint32_t keyCode, std::uint32_t modifiers) {
 }
 
 int shortcut(const QStringList& a) {
+    const auto first = shortcutOf(a[0], a[1], u"Space"_s);
+    const auto second = shortcutOf(a[2], a[3], u"D"_s);
+    if (!first || !second)
+        return 2;
     UserDefaults defaults;
     AppDataStore store(defaults);
-    if (!store.setDictationShortcut({a[0].toUInt(nullptr, 0), a[1].toUInt(nullptr, 0), u"Space"_s}))
+    if (!store.setDictationShortcut(*first))
         return 1;
     X11HotKeyService service;
-    HotKeyManager hotKey(service, HotKeyManager::dictationIdentifier, qApp->arguments());
+    HotKeyManager hotKey(service, HotKeyManager::dictationIdentifier);
+    hotKey.setHotKeyLog(qApp->arguments().contains(u"--qa-hotkey-log"_s));
     HotKeyManager notesHotKey(service, HotKeyManager::notesIdentifier);
     ShortcutSettings settings(store, hotKey, notesHotKey);
     settings.registerStored();
-    hotKey.onPressed = [] { say(u"pressed"_s); };
-    const bool taken =
-        settings.setShortcut({a[2].toUInt(nullptr, 0), a[3].toUInt(nullptr, 0), u"D"_s});
+    QObject::connect(&hotKey, &HotKeyManager::pressed, [] { say(u"pressed"_s); });
+    const bool taken = settings.setShortcut(*second);
     say(u"taken: "_s + (taken ? u"yes"_s : u"no"_s));
     say(u"error: "_s + settings.hotKeyError());
     say(u"registered: "_s +
@@ -104,11 +133,11 @@ int track(double seconds) {
     window.resize(200, 100);
     window.show();
     AppTargetTracker tracker(*services->workspace, *services->accessibility);
-    tracker.onTargetChanged = [](const TargetUpdate& update) {
+    QObject::connect(&tracker, &AppTargetTracker::targetChanged, [](const TargetUpdate& update) {
         say(toString(update.reason) + u" app="_s +
             (update.application ? update.application->bundleIdentifier : u"-"_s) + u" element="_s +
             (update.element ? u"true"_s : u"false"_s));
-    };
+    });
     tracker.start();
     QTimer::singleShot(int(seconds * 1000), qApp, &QCoreApplication::quit);
     return QGuiApplication::exec();
@@ -122,8 +151,10 @@ int main(int argc, char** argv) {
     const QString mode = app.arguments().value(1);
     if (mode == u"own-clipboard"_s && a.size() == 2)
         return ownClipboard(a[0], a[1]);
-    if (mode == u"grab"_s && a.size() == 2)
-        return grab(a[0].toUInt(nullptr, 0), a[1].toUInt(nullptr, 0));
+    if (mode == u"grab"_s && a.size() == 2) {
+        const auto keys = shortcutOf(a[0], a[1], {});
+        return keys ? grab(*keys) : 2;
+    }
     if (mode == u"shortcut"_s && a.size() >= 5)
         return shortcut(a);
     if (mode == u"track"_s && a.size() == 1)

@@ -17,34 +17,39 @@ namespace quendra {
 
 namespace {
 
+using Accessible = GObjectRef<AtspiAccessible>;
+
 // Owns one reference to an accessible; equal when bus name and path match.
 class AtspiElement : public ElementHandle {
 public:
-    explicit AtspiElement(AtspiAccessible* accessible)
-        : accessible(accessible) {}
-    ~AtspiElement() override { g_object_unref(accessible); }
+    explicit AtspiElement(Accessible accessible)
+        : accessible(std::move(accessible)) {}
     bool equals(const ElementHandle& other) const override {
         const auto* that = dynamic_cast<const AtspiElement*>(&other);
         if (!that)
             return false;
-        const auto* a = ATSPI_OBJECT(accessible);
-        const auto* b = ATSPI_OBJECT(that->accessible);
+        const auto* a = ATSPI_OBJECT(accessible.get());
+        const auto* b = ATSPI_OBJECT(that->accessible.get());
         return a == b || (a->app && b->app && std::strcmp(a->path, b->path) == 0 &&
                           std::strcmp(a->app->bus_name, b->app->bus_name) == 0);
     }
-    AtspiAccessible* accessible;
+    const Accessible accessible;
 };
+
+Element wrap(Accessible accessible) {
+    if (!accessible)
+        return {};
+    return std::make_shared<AtspiElement>(std::move(accessible));
+}
 
 // Takes over the reference the caller owns.
 Element adopt(AtspiAccessible* accessible) {
-    if (!accessible)
-        return {};
-    return std::make_shared<AtspiElement>(accessible);
+    return wrap(Accessible::adopt(accessible));
 }
 
 AtspiAccessible* raw(const Element& element) {
     const auto* handle = dynamic_cast<const AtspiElement*>(element.get());
-    return handle ? handle->accessible : nullptr;
+    return handle ? handle->accessible.get() : nullptr;
 }
 
 // Failed reads count as absent values: the error is dropped.
@@ -63,87 +68,133 @@ QString takeString(gchar* text) {
     return result;
 }
 
-AtspiRole roleOf(AtspiAccessible* accessible) {
-    Error error;
-    return atspi_accessible_get_role(accessible, &error);
-}
-
-bool hasState(AtspiAccessible* accessible, AtspiStateType state) {
-    AtspiStateSet* states = atspi_accessible_get_state_set(accessible);
-    if (!states)
-        return false;
-    const bool present = atspi_state_set_contains(states, state);
-    g_object_unref(states);
-    return present;
-}
-
-bool isWindowRole(AtspiRole role) {
-    return role == ATSPI_ROLE_FRAME || role == ATSPI_ROLE_WINDOW || role == ATSPI_ROLE_DIALOG ||
-           role == ATSPI_ROLE_ALERT || role == ATSPI_ROLE_FILE_CHOOSER;
-}
-
-std::optional<QString> translatedRole(AtspiAccessible* accessible) {
+std::optional<AtspiRole> atspiRoleOf(AtspiAccessible* accessible) {
     Error error;
     const AtspiRole role = atspi_accessible_get_role(accessible, &error);
     if (error)
         return std::nullopt;
+    return role;
+}
+
+bool hasState(AtspiAccessible* accessible, AtspiStateType state) {
+    const auto states =
+        GObjectRef<AtspiStateSet>::adopt(atspi_accessible_get_state_set(accessible));
+    return states && atspi_state_set_contains(states.get(), state);
+}
+
+// The AT-SPI vocabulary in the terms of Accessibility.h: roles, events and
+// actions are translated here and nowhere else.
+
+AccessibleRole translateRole(AtspiRole role, AtspiAccessible* accessible) {
     switch (role) {
-    case ATSPI_ROLE_TEXT:
-    case ATSPI_ROLE_TERMINAL:
-        return hasState(accessible, ATSPI_STATE_MULTI_LINE) || role == ATSPI_ROLE_TERMINAL
-                   ? u"AXTextArea"_s
-                   : u"AXTextField"_s;
-    case ATSPI_ROLE_ENTRY:
-    case ATSPI_ROLE_PASSWORD_TEXT:
-    case ATSPI_ROLE_SPIN_BUTTON:
-        return u"AXTextField"_s;
-    case ATSPI_ROLE_PUSH_BUTTON:
-        return u"AXButton"_s;
-    case ATSPI_ROLE_TOGGLE_BUTTON:
-    case ATSPI_ROLE_CHECK_BOX:
-        return u"AXCheckBox"_s;
-    case ATSPI_ROLE_RADIO_BUTTON:
-        return u"AXRadioButton"_s;
-    case ATSPI_ROLE_COMBO_BOX:
-        return u"AXComboBox"_s;
-    case ATSPI_ROLE_LINK:
-        return u"AXLink"_s;
-    case ATSPI_ROLE_SCROLL_BAR:
-        return u"AXScrollBar"_s;
-    case ATSPI_ROLE_SLIDER:
-        return u"AXSlider"_s;
-    case ATSPI_ROLE_PAGE_TAB:
-        return u"AXTab"_s;
-    case ATSPI_ROLE_DOCUMENT_WEB:
-        return u"AXWebArea"_s;
     case ATSPI_ROLE_APPLICATION:
-        return u"AXApplication"_s;
+        return AccessibleRole::application;
+    case ATSPI_ROLE_FRAME:
+    case ATSPI_ROLE_WINDOW:
+    case ATSPI_ROLE_DIALOG:
+    case ATSPI_ROLE_ALERT:
+    case ATSPI_ROLE_FILE_CHOOSER:
+        return AccessibleRole::window;
+    case ATSPI_ROLE_TEXT:
+        return hasState(accessible, ATSPI_STATE_MULTI_LINE) ? AccessibleRole::text
+                                                            : AccessibleRole::entry;
+    case ATSPI_ROLE_ENTRY:
+        return AccessibleRole::entry;
+    case ATSPI_ROLE_PASSWORD_TEXT:
+        return AccessibleRole::passwordText;
+    case ATSPI_ROLE_TERMINAL:
+        return AccessibleRole::terminal;
+    case ATSPI_ROLE_SPIN_BUTTON:
+        return AccessibleRole::spinButton;
+    case ATSPI_ROLE_COMBO_BOX:
+        return AccessibleRole::comboBox;
+    case ATSPI_ROLE_PUSH_BUTTON:
+        return AccessibleRole::pushButton;
+    case ATSPI_ROLE_TOGGLE_BUTTON:
+        return AccessibleRole::toggleButton;
+    case ATSPI_ROLE_CHECK_BOX:
+        return AccessibleRole::checkBox;
+    case ATSPI_ROLE_RADIO_BUTTON:
+        return AccessibleRole::radioButton;
+    case ATSPI_ROLE_LINK:
+        return AccessibleRole::link;
+    case ATSPI_ROLE_MENU:
+        return AccessibleRole::menu;
+    case ATSPI_ROLE_SCROLL_BAR:
+        return AccessibleRole::scrollBar;
+    case ATSPI_ROLE_SLIDER:
+        return AccessibleRole::slider;
+    case ATSPI_ROLE_PAGE_TAB:
+        return AccessibleRole::pageTab;
     case ATSPI_ROLE_LABEL:
     case ATSPI_ROLE_STATIC:
-        return u"AXStaticText"_s;
-    case ATSPI_ROLE_MENU:
-        return u"AXMenuButton"_s;
+        return AccessibleRole::label;
+    case ATSPI_ROLE_DOCUMENT_WEB:
+        return AccessibleRole::documentWeb;
     case ATSPI_ROLE_SECTION:
     case ATSPI_ROLE_PARAGRAPH:
         // A contenteditable region of a web page.
-        return hasState(accessible, ATSPI_STATE_EDITABLE) ? u"AXTextArea"_s : u"AXGroup"_s;
+        return hasState(accessible, ATSPI_STATE_EDITABLE) ? AccessibleRole::text
+                                                          : AccessibleRole::other;
     default:
-        break;
+        return AccessibleRole::other;
     }
-    if (isWindowRole(role))
-        return u"AXWindow"_s;
-    return u"AXGroup"_s;
 }
 
-std::optional<QString> translatedSubrole(AtspiAccessible* accessible) {
-    switch (roleOf(accessible)) {
-    case ATSPI_ROLE_PASSWORD_TEXT:
-        return u"AXSecureTextField"_s;
-    case ATSPI_ROLE_TERMINAL:
-        return u"AXTerminal"_s;
-    default:
+std::optional<AccessibleRole> roleOf(AtspiAccessible* accessible) {
+    const auto role = atspiRoleOf(accessible);
+    if (!role)
         return std::nullopt;
-    }
+    return translateRole(*role, accessible);
+}
+
+// The events the listener registers for; the focus event is kept apart
+// because it also updates the remembered focused element.
+constexpr const char* focusEvent = "object:state-changed:focused";
+constexpr const char* listenedEvents[] = {focusEvent,
+                                          "object:text-changed",
+                                          "object:bounds-changed",
+                                          "object:children-changed",
+                                          "object:state-changed:defunct",
+                                          "window:activate",
+                                          "window:create"};
+
+struct TranslatedEvent {
+    QList<AccessibilityNotification> notifications;
+    // Whether the event's source is the element it is about, or the
+    // notification belongs to the application.
+    bool aboutSource = true;
+};
+
+std::optional<TranslatedEvent> translateEvent(const char* type) {
+    using N = AccessibilityNotification;
+    const auto is = [type](const char* prefix) {
+        return std::strncmp(type, prefix, std::strlen(prefix)) == 0;
+    };
+    if (is(focusEvent))
+        return TranslatedEvent{{N::focusedElementChanged}, false};
+    if (is("object:text-changed"))
+        return TranslatedEvent{{N::valueChanged}};
+    // One change of bounds is one notification, whichever was asked for.
+    if (is("object:bounds-changed"))
+        return TranslatedEvent{{N::moved, N::resized}};
+    if (is("object:children-changed:add"))
+        return TranslatedEvent{{N::created}};
+    if (is("object:children-changed:remove") || is("object:state-changed:defunct"))
+        return TranslatedEvent{{N::destroyed}};
+    if (is("window:activate"))
+        return TranslatedEvent{{N::focusedWindowChanged}, false};
+    if (is("window:create"))
+        return TranslatedEvent{{N::windowCreated}, false};
+    return std::nullopt;
+}
+
+std::optional<AccessibleAction> translateAction(const QString& name) {
+    if (name == u"click"_s || name == u"press"_s || name == u"activate"_s || name == u"jump"_s)
+        return AccessibleAction::press;
+    if (name == u"showmenu"_s || name == u"popup"_s)
+        return AccessibleAction::showMenu;
+    return std::nullopt;
 }
 
 qint64 processOf(AtspiAccessible* accessible) {
@@ -153,14 +204,12 @@ qint64 processOf(AtspiAccessible* accessible) {
 }
 
 QString textOf(AtspiAccessible* accessible) {
-    AtspiText* text = atspi_accessible_get_text_iface(accessible);
+    const auto text = GObjectRef<AtspiText>::adopt(atspi_accessible_get_text_iface(accessible));
     if (!text)
         return {};
     Error error;
-    const gint count = atspi_text_get_character_count(text, &error);
-    QString result = error ? QString() : takeString(atspi_text_get_text(text, 0, count, &error));
-    g_object_unref(text);
-    return result;
+    const gint count = atspi_text_get_character_count(text.get(), &error);
+    return error ? QString() : takeString(atspi_text_get_text(text.get(), 0, count, &error));
 }
 
 // AT-SPI counts characters (code points); the rest of the code counts UTF-16 units.
@@ -184,28 +233,34 @@ public:
     }
     ~AtspiObserver() override { owner.observers.removeOne(this); }
 
-    bool addNotification(const Element& element, const QString& name) override {
+    bool addNotification(const Element& element, AccessibilityNotification notification) override {
+        QUENDRA_CHECK_THREAD(owner.checker);
         if (!raw(element))
             return false;
         for (const Registration& known : std::as_const(registrations))
-            if (known.name == name && sameElement(known.element, element))
+            if (known.notification == notification && sameElement(known.element, element))
                 return false;
         // Read once here rather than on every event of the process.
-        const AtspiRole role = roleOf(raw(element));
-        registrations.append({element, name, role == ATSPI_ROLE_APPLICATION, isWindowRole(role)});
-        if ((name == u"AXMoved"_s || name == u"AXResized"_s) && isWindowRole(role))
+        const auto role = roleOf(raw(element));
+        const bool window = role == AccessibleRole::window;
+        registrations.append({element, notification, role == AccessibleRole::application, window});
+        if ((notification == AccessibilityNotification::moved ||
+             notification == AccessibilityNotification::resized) &&
+            window)
             owner.watchWindowsOf(processId);
         return true;
     }
-    void removeNotification(const Element& element, const QString& name) override {
+    void removeNotification(const Element& element,
+                            AccessibilityNotification notification) override {
+        QUENDRA_CHECK_THREAD(owner.checker);
         registrations.removeIf([&](const Registration& r) {
-            return r.name == name && sameElement(r.element, element);
+            return r.notification == notification && sameElement(r.element, element);
         });
     }
 
     struct Registration {
         Element element;
-        QString name;
+        AccessibilityNotification notification;
         bool application;
         bool window;
     };
@@ -217,11 +272,10 @@ public:
 
 AtspiAccessibility::AtspiAccessibility() {
     atspi_init();
-    listener = atspi_event_listener_new(&AtspiAccessibility::onEvent, this, nullptr);
-    for (const char* type : {"object:state-changed:focused", "object:text-changed",
-                             "object:bounds-changed", "object:children-changed",
-                             "object:state-changed:defunct", "window:activate", "window:create"})
-        atspi_event_listener_register(listener, type, nullptr);
+    listener = GObjectRef<AtspiEventListener>::adopt(
+        atspi_event_listener_new(&AtspiAccessibility::onEvent, this, nullptr));
+    for (const char* type : listenedEvents)
+        atspi_event_listener_register(listener.get(), type, nullptr);
 }
 
 void AtspiAccessibility::watchWindowsOf(qint64 processId) {
@@ -259,21 +313,20 @@ void AtspiAccessibility::processWindowEvents() {
         for (AtspiObserver* observer : std::as_const(observers))
             if (observer->processId == pid)
                 for (const auto& r : std::as_const(observer->registrations))
-                    if (r.name == u"AXMoved"_s && r.window) {
+                    if (r.notification == AccessibilityNotification::moved && r.window) {
                         targets.append({observer, r.element});
                         break;
                     }
         for (const auto& [observer, element] : targets)
             if (observers.contains(observer))
-                observer->handler(u"AXMoved"_s, element);
+                observer->handler(AccessibilityNotification::moved, element);
     }
 }
 
 AtspiAccessibility::~AtspiAccessibility() {
     if (listener) {
-        atspi_event_listener_deregister(listener, "object:", nullptr);
-        atspi_event_listener_deregister(listener, "window:", nullptr);
-        g_object_unref(listener);
+        atspi_event_listener_deregister(listener.get(), "object:", nullptr);
+        atspi_event_listener_deregister(listener.get(), "window:", nullptr);
     }
 }
 
@@ -288,6 +341,7 @@ bool AtspiAccessibility::busEnabled() {
 }
 
 bool AtspiAccessibility::isTrusted() {
+    QUENDRA_CHECK_THREAD(checker);
     // Asked four times a second by the tracker: one D-Bus call a second is plenty.
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
     if (trustCheckedAtMs < 0 || now - trustCheckedAtMs > 1000) {
@@ -303,43 +357,33 @@ void AtspiAccessibility::onEvent(AtspiEvent* event, void* self) {
 }
 
 void AtspiAccessibility::handleEvent(AtspiEvent* event) {
-    if (!event->source)
+    if (!event->source || !event->type)
         return;
-    const Element source = adopt(static_cast<AtspiAccessible*>(g_object_ref(event->source)));
+    const auto translated = translateEvent(event->type);
+    if (!translated)
+        return;
+    const Element source = wrap(Accessible::share(event->source));
     const qint64 pid = processOf(event->source);
-    const QString type = QString::fromUtf8(event->type);
-    if (type.startsWith(u"object:state-changed:focused"_s)) {
-        if (event->detail1) {
-            // GTK announces each focus gain twice.
+    if (translated->notifications.contains(AccessibilityNotification::focusedElementChanged)) {
+        if (!event->detail1) {
             if (sameElement(focusedByProcess.value(pid), source))
-                return;
-            focusedByProcess.insert(pid, source);
-            deliver(pid, {u"AXFocusedUIElementChanged"_s}, {});
-        } else if (sameElement(focusedByProcess.value(pid), source)) {
-            focusedByProcess.remove(pid);
+                focusedByProcess.remove(pid);
+            return;
         }
-    } else if (type.startsWith(u"object:text-changed"_s)) {
-        deliver(pid, {u"AXValueChanged"_s}, source);
-    } else if (type.startsWith(u"object:bounds-changed"_s)) {
-        // One change of bounds is one notification, whichever was asked for.
-        deliver(pid, {u"AXMoved"_s, u"AXResized"_s}, source);
-    } else if (type.startsWith(u"object:children-changed:add"_s)) {
-        deliver(pid, {u"AXCreated"_s}, source);
-    } else if (type.startsWith(u"object:children-changed:remove"_s) ||
-               type.startsWith(u"object:state-changed:defunct"_s)) {
-        deliver(pid, {u"AXUIElementDestroyed"_s}, source);
-    } else if (type.startsWith(u"window:activate"_s)) {
-        deliver(pid, {u"AXFocusedWindowChanged"_s}, {});
-    } else if (type.startsWith(u"window:create"_s)) {
-        deliver(pid, {u"AXWindowCreated"_s}, {});
+        // GTK announces each focus gain twice.
+        if (sameElement(focusedByProcess.value(pid), source))
+            return;
+        focusedByProcess.insert(pid, source);
     }
+    deliver(pid, translated->notifications, translated->aboutSource ? source : Element());
 }
 
-void AtspiAccessibility::deliver(qint64 processId, const QStringList& names,
+void AtspiAccessibility::deliver(qint64 processId,
+                                 const QList<AccessibilityNotification>& notifications,
                                  const Element& source) {
     struct Delivery {
         AtspiObserver* observer;
-        QString name;
+        AccessibilityNotification notification;
         Element element;
     };
     QList<Delivery> targets;
@@ -347,20 +391,21 @@ void AtspiAccessibility::deliver(qint64 processId, const QStringList& names,
         if (observer->processId != processId)
             continue;
         for (const auto& r : std::as_const(observer->registrations)) {
-            if (!names.contains(r.name))
+            if (!notifications.contains(r.notification))
                 continue;
             if ((!source && r.application) || (source && sameElement(r.element, source))) {
-                targets.append({observer, r.name, source ? source : r.element});
+                targets.append({observer, r.notification, source ? source : r.element});
                 break;
             }
         }
     }
     for (const Delivery& delivery : targets)
         if (observers.contains(delivery.observer))
-            delivery.observer->handler(delivery.name, delivery.element);
+            delivery.observer->handler(delivery.notification, delivery.element);
 }
 
 Element AtspiAccessibility::applicationElement(qint64 processId) {
+    QUENDRA_CHECK_THREAD(checker);
     // Polled four times a second: one read confirms the remembered element
     // instead of a walk over every application on the desktop.
     if (const Element known = applicationsByProcess.value(processId)) {
@@ -368,93 +413,97 @@ Element AtspiAccessibility::applicationElement(qint64 processId) {
             return known;
         applicationsByProcess.remove(processId);
     }
-    AtspiAccessible* desktop = atspi_get_desktop(0);
+    const auto desktop = Accessible::adopt(atspi_get_desktop(0));
     if (!desktop)
         return {};
     Element found;
     Error error;
-    const gint count = atspi_accessible_get_child_count(desktop, &error);
+    const gint count = atspi_accessible_get_child_count(desktop.get(), &error);
     for (gint i = 0; i < count && !found; ++i) {
         Error childError;
-        AtspiAccessible* app = atspi_accessible_get_child_at_index(desktop, i, &childError);
-        if (!app)
-            continue;
-        if (processOf(app) == processId)
-            found = adopt(app);
-        else
-            g_object_unref(app);
+        auto app =
+            Accessible::adopt(atspi_accessible_get_child_at_index(desktop.get(), i, &childError));
+        if (app && processOf(app.get()) == processId)
+            found = wrap(std::move(app));
     }
-    g_object_unref(desktop);
     if (found)
         applicationsByProcess.insert(processId, found);
     return found;
 }
 
+std::optional<AccessibleRole> AtspiAccessibility::role(const Element& element) {
+    QUENDRA_CHECK_THREAD(checker);
+    AtspiAccessible* accessible = raw(element);
+    return accessible ? roleOf(accessible) : std::nullopt;
+}
+
 std::optional<QString> AtspiAccessibility::stringAttribute(const Element& element,
-                                                           const QString& name) {
+                                                           AccessibleStringAttribute attribute) {
+    QUENDRA_CHECK_THREAD(checker);
     AtspiAccessible* accessible = raw(element);
     if (!accessible)
         return std::nullopt;
-    if (name == u"AXRole"_s)
-        return translatedRole(accessible);
-    if (name == u"AXSubrole"_s)
-        return translatedSubrole(accessible);
-    if (name == u"AXTitle"_s) {
+    switch (attribute) {
+    case AccessibleStringAttribute::name: {
         Error error;
         const QString title = takeString(atspi_accessible_get_name(accessible, &error));
         return error ? std::nullopt : std::optional(title);
     }
-    if (name == u"AXValue"_s) {
-        AtspiText* text = atspi_accessible_get_text_iface(accessible);
-        if (!text)
+    case AccessibleStringAttribute::value:
+        if (!GObjectRef<AtspiText>::adopt(atspi_accessible_get_text_iface(accessible)))
             return std::nullopt;
-        g_object_unref(text);
         return textOf(accessible);
-    }
-    if (name == u"AXURL"_s) {
-        AtspiDocument* document = atspi_accessible_get_document_iface(accessible);
+    case AccessibleStringAttribute::documentAddress: {
+        const auto document =
+            GObjectRef<AtspiDocument>::adopt(atspi_accessible_get_document_iface(accessible));
         if (!document)
             return std::nullopt;
         Error error;
         gchar* url = atspi_document_get_document_attribute_value(
-            document, const_cast<gchar*>("DocURL"), &error);
-        g_object_unref(document);
-        if (error || !url)
+            document.get(), const_cast<gchar*>("DocURL"), &error);
+        if (error || !url) {
+            g_free(url);
             return std::nullopt;
+        }
         return takeString(url);
+    }
     }
     return std::nullopt;
 }
 
-Element AtspiAccessibility::elementAttribute(const Element& element, const QString& name) {
+Element AtspiAccessibility::elementAttribute(const Element& element,
+                                             AccessibleElementAttribute attribute) {
+    QUENDRA_CHECK_THREAD(checker);
     AtspiAccessible* accessible = raw(element);
     if (!accessible)
         return {};
-    Error error;
-    if (name == u"AXParent"_s) {
-        if (roleOf(accessible) == ATSPI_ROLE_APPLICATION)
+    switch (attribute) {
+    case AccessibleElementAttribute::parent: {
+        if (atspiRoleOf(accessible) == ATSPI_ROLE_APPLICATION)
             return {}; // the desktop above is no element of the application
+        Error error;
         return adopt(atspi_accessible_get_parent(accessible, &error));
     }
-    if (name == u"AXWindow"_s) {
-        AtspiAccessible* current = static_cast<AtspiAccessible*>(g_object_ref(accessible));
+    case AccessibleElementAttribute::window: {
+        auto current = Accessible::share(accessible);
         for (int depth = 0; current && depth < 64; ++depth) {
-            const AtspiRole role = roleOf(current);
-            if (isWindowRole(role))
-                return adopt(current);
-            if (role == ATSPI_ROLE_APPLICATION || role == ATSPI_ROLE_DESKTOP_FRAME)
+            const auto atspiRole = atspiRoleOf(current.get());
+            if (!atspiRole)
+                break;
+            if (translateRole(*atspiRole, current.get()) == AccessibleRole::window)
+                return wrap(std::move(current));
+            if (*atspiRole == ATSPI_ROLE_APPLICATION || *atspiRole == ATSPI_ROLE_DESKTOP_FRAME)
                 break;
             Error parentError;
-            AtspiAccessible* parent = atspi_accessible_get_parent(current, &parentError);
-            g_object_unref(current);
-            current = parent;
+            current = Accessible::adopt(atspi_accessible_get_parent(current.get(), &parentError));
         }
-        if (current)
-            g_object_unref(current);
         return {};
     }
-    if (name == u"AXFocusedUIElement"_s && roleOf(accessible) == ATSPI_ROLE_APPLICATION)
-        return focusedIn(processOf(accessible));
+    case AccessibleElementAttribute::focusedElement:
+        if (atspiRoleOf(accessible) == ATSPI_ROLE_APPLICATION)
+            return focusedIn(processOf(accessible));
+        return {};
+    }
     return {};
 }
 
@@ -495,14 +544,11 @@ Element AtspiAccessibility::searchFocused(AtspiAccessible* application) {
             queue.enqueue(window);
     for (int visited = 0; !queue.isEmpty() && visited < 400; ++visited) {
         const Element current = queue.dequeue();
-        AtspiStateSet* states = atspi_accessible_get_state_set(raw(current));
-        const bool focused = states && atspi_state_set_contains(states, ATSPI_STATE_FOCUSED);
-        const bool showing = !states || atspi_state_set_contains(states, ATSPI_STATE_SHOWING);
-        if (states)
-            g_object_unref(states);
-        if (focused)
+        const auto states =
+            GObjectRef<AtspiStateSet>::adopt(atspi_accessible_get_state_set(raw(current)));
+        if (states && atspi_state_set_contains(states.get(), ATSPI_STATE_FOCUSED))
             return current;
-        if (!showing)
+        if (states && !atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING))
             continue;
         Error countError;
         const gint count = atspi_accessible_get_child_count(raw(current), &countError);
@@ -517,6 +563,7 @@ Element AtspiAccessibility::searchFocused(AtspiAccessible* application) {
 }
 
 QList<Element> AtspiAccessibility::children(const Element& element) {
+    QUENDRA_CHECK_THREAD(checker);
     QList<Element> result;
     AtspiAccessible* accessible = raw(element);
     if (!accessible)
@@ -533,16 +580,18 @@ QList<Element> AtspiAccessibility::children(const Element& element) {
 }
 
 std::optional<QRectF> AtspiAccessibility::frame(const Element& element) {
+    QUENDRA_CHECK_THREAD(checker);
     AtspiAccessible* accessible = raw(element);
-    AtspiComponent* component =
-        accessible ? atspi_accessible_get_component_iface(accessible) : nullptr;
+    const auto component = GObjectRef<AtspiComponent>::adopt(
+        accessible ? atspi_accessible_get_component_iface(accessible) : nullptr);
     if (!component)
         return std::nullopt;
     Error error;
-    AtspiRect* rect = atspi_component_get_extents(component, ATSPI_COORD_TYPE_SCREEN, &error);
-    g_object_unref(component);
-    if (error || !rect)
+    AtspiRect* rect = atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_SCREEN, &error);
+    if (error || !rect) {
+        g_free(rect);
         return std::nullopt;
+    }
     const QRectF result(rect->x, rect->y, rect->width, rect->height);
     g_free(rect);
     if (result.width() < 0 || result.height() < 0)
@@ -551,126 +600,117 @@ std::optional<QRectF> AtspiAccessibility::frame(const Element& element) {
 }
 
 std::optional<TextRange> AtspiAccessibility::selectedTextRange(const Element& element) {
+    QUENDRA_CHECK_THREAD(checker);
     AtspiAccessible* accessible = raw(element);
-    AtspiText* text = accessible ? atspi_accessible_get_text_iface(accessible) : nullptr;
+    const auto text = GObjectRef<AtspiText>::adopt(
+        accessible ? atspi_accessible_get_text_iface(accessible) : nullptr);
     if (!text)
         return std::nullopt;
     const QString content = textOf(accessible);
     Error error;
-    gint start = atspi_text_get_caret_offset(text, &error);
-    gint end = start;
-    if (!error) {
-        Error selectionError;
-        if (atspi_text_get_n_selections(text, &selectionError) > 0) {
-            if (AtspiRange* range = atspi_text_get_selection(text, 0, &selectionError)) {
-                start = range->start_offset;
-                end = range->end_offset;
-                g_free(range);
-            }
-        }
-    }
-    g_object_unref(text);
+    gint start = atspi_text_get_caret_offset(text.get(), &error);
     if (error)
         return std::nullopt;
+    gint end = start;
+    Error selectionError;
+    if (atspi_text_get_n_selections(text.get(), &selectionError) > 0) {
+        if (AtspiRange* range = atspi_text_get_selection(text.get(), 0, &selectionError)) {
+            start = range->start_offset;
+            end = range->end_offset;
+            g_free(range);
+        }
+    }
     const qsizetype from = utf16Offset(content, start);
     return TextRange{from, utf16Offset(content, end) - from};
 }
 
-QStringList AtspiAccessibility::actionNames(const Element& element) {
-    QStringList names;
+QList<AccessibleAction> AtspiAccessibility::actions(const Element& element) {
+    QUENDRA_CHECK_THREAD(checker);
+    QList<AccessibleAction> result;
     AtspiAccessible* accessible = raw(element);
-    AtspiAction* action = accessible ? atspi_accessible_get_action_iface(accessible) : nullptr;
+    const auto action = GObjectRef<AtspiAction>::adopt(
+        accessible ? atspi_accessible_get_action_iface(accessible) : nullptr);
     if (!action)
-        return names;
+        return result;
     Error error;
-    const gint count = atspi_action_get_n_actions(action, &error);
+    const gint count = atspi_action_get_n_actions(action.get(), &error);
     for (gint i = 0; i < count; ++i) {
         Error nameError;
-        const QString name = takeString(atspi_action_get_action_name(action, i, &nameError));
-        if (name == u"click"_s || name == u"press"_s || name == u"activate"_s || name == u"jump"_s)
-            names << u"AXPress"_s;
-        else if (name == u"showmenu"_s || name == u"popup"_s)
-            names << u"AXShowMenu"_s;
-        else if (!name.isEmpty())
-            names << name;
+        const auto translated =
+            translateAction(takeString(atspi_action_get_action_name(action.get(), i, &nameError)));
+        if (translated && !result.contains(*translated))
+            result.append(*translated);
     }
-    g_object_unref(action);
-    return names;
+    return result;
 }
 
-bool AtspiAccessibility::isAttributeSettable(const Element& element, const QString& name) {
+bool AtspiAccessibility::canSetSelectedText(const Element& element) {
+    QUENDRA_CHECK_THREAD(checker);
     AtspiAccessible* accessible = raw(element);
     if (!accessible)
         return false;
-    if (name == u"AXSelectedText"_s) {
-        // Qt Quick fields lack the editable-text interface yet take a paste.
-        AtspiText* text = atspi_accessible_get_text_iface(accessible);
-        if (!text)
-            return false;
-        g_object_unref(text);
-        return hasState(accessible, ATSPI_STATE_EDITABLE);
-    }
-    if (name == u"AXFocused"_s)
-        return hasState(accessible, ATSPI_STATE_FOCUSABLE);
-    return false;
+    // Qt Quick fields lack the editable-text interface yet take a paste.
+    if (!GObjectRef<AtspiText>::adopt(atspi_accessible_get_text_iface(accessible)))
+        return false;
+    return hasState(accessible, ATSPI_STATE_EDITABLE);
 }
 
-int AtspiAccessibility::setFocused(const Element& element) {
-    constexpr int failure = -25200;
+std::expected<void, FocusError> AtspiAccessibility::setFocused(const Element& element) {
+    QUENDRA_CHECK_THREAD(checker);
     AtspiAccessible* accessible = raw(element);
-    AtspiComponent* component =
-        accessible ? atspi_accessible_get_component_iface(accessible) : nullptr;
+    if (!accessible)
+        return std::unexpected(FocusError::noElement);
+    const auto component =
+        GObjectRef<AtspiComponent>::adopt(atspi_accessible_get_component_iface(accessible));
     if (!component)
-        return failure;
+        return std::unexpected(FocusError::notFocusable);
     Error error;
-    const gboolean done = atspi_component_grab_focus(component, &error);
-    g_object_unref(component);
-    return done && !error ? 0 : failure;
+    const gboolean done = atspi_component_grab_focus(component.get(), &error);
+    if (!done || error)
+        return std::unexpected(FocusError::refused);
+    return {};
 }
 
 bool AtspiAccessibility::setSelectedText(const Element& element, const QString& text) {
+    QUENDRA_CHECK_THREAD(checker);
     AtspiAccessible* accessible = raw(element);
-    AtspiEditableText* editable =
-        accessible ? atspi_accessible_get_editable_text_iface(accessible) : nullptr;
-    AtspiText* plain = accessible ? atspi_accessible_get_text_iface(accessible) : nullptr;
-    if (!editable || !plain) {
-        if (editable)
-            g_object_unref(editable);
-        if (plain)
-            g_object_unref(plain);
+    if (!accessible)
         return false;
-    }
+    const auto editable =
+        GObjectRef<AtspiEditableText>::adopt(atspi_accessible_get_editable_text_iface(accessible));
+    const auto plain = GObjectRef<AtspiText>::adopt(atspi_accessible_get_text_iface(accessible));
+    if (!editable || !plain)
+        return false;
     Error error;
-    gint caret = atspi_text_get_caret_offset(plain, &error);
-    if (atspi_text_get_n_selections(plain, &error) > 0)
-        if (AtspiRange* range = atspi_text_get_selection(plain, 0, &error)) {
+    gint caret = atspi_text_get_caret_offset(plain.get(), &error);
+    if (atspi_text_get_n_selections(plain.get(), &error) > 0)
+        if (AtspiRange* range = atspi_text_get_selection(plain.get(), 0, &error)) {
             if (range->end_offset > range->start_offset) {
-                atspi_editable_text_delete_text(editable, range->start_offset, range->end_offset,
-                                                &error);
+                atspi_editable_text_delete_text(editable.get(), range->start_offset,
+                                                range->end_offset, &error);
                 caret = range->start_offset;
             }
             g_free(range);
         }
     if (caret < 0)
-        caret = atspi_text_get_character_count(plain, &error);
+        caret = atspi_text_get_character_count(plain.get(), &error);
     g_clear_error(&error);
     // The length is in bytes of UTF-8; a character count cuts non-ASCII text short.
     const QByteArray utf8 = text.toUtf8();
-    const gboolean done =
-        atspi_editable_text_insert_text(editable, caret, utf8.constData(), utf8.size(), &error);
-    g_object_unref(editable);
-    g_object_unref(plain);
+    const gboolean done = atspi_editable_text_insert_text(editable.get(), caret, utf8.constData(),
+                                                          utf8.size(), &error);
     return done && !error;
 }
 
 Element AtspiAccessibility::elementAtPosition(QPointF point) {
-    AtspiAccessible* desktop = atspi_get_desktop(0);
+    QUENDRA_CHECK_THREAD(checker);
+    const Element desktop = adopt(atspi_get_desktop(0));
     if (!desktop)
         return {};
     const int px = int(point.x()), py = int(point.y());
     // Windows holding the point, active ones first.
     QList<Element> candidates;
-    for (const Element& app : children(adopt(static_cast<AtspiAccessible*>(g_object_ref(desktop)))))
+    for (const Element& app : children(desktop))
         for (const Element& window : children(app)) {
             const auto bounds = frame(window);
             if (!bounds || !bounds->contains(point) || !hasState(raw(window), ATSPI_STATE_SHOWING))
@@ -680,20 +720,18 @@ Element AtspiAccessibility::elementAtPosition(QPointF point) {
             else
                 candidates.append(window);
         }
-    g_object_unref(desktop);
     if (candidates.isEmpty())
         return {};
     // Hit testing answers one level at a time.
     Element current = candidates.first();
     for (int depth = 0; depth < 32; ++depth) {
-        AtspiComponent* component = atspi_accessible_get_component_iface(raw(current));
+        const auto component =
+            GObjectRef<AtspiComponent>::adopt(atspi_accessible_get_component_iface(raw(current)));
         if (!component)
             break;
         Error error;
-        AtspiAccessible* child = atspi_component_get_accessible_at_point(
-            component, px, py, ATSPI_COORD_TYPE_SCREEN, &error);
-        g_object_unref(component);
-        const Element next = adopt(child);
+        const Element next = adopt(atspi_component_get_accessible_at_point(
+            component.get(), px, py, ATSPI_COORD_TYPE_SCREEN, &error));
         if (!next || sameElement(next, current))
             break;
         current = next;
@@ -703,6 +741,7 @@ Element AtspiAccessibility::elementAtPosition(QPointF point) {
 
 std::unique_ptr<AccessibilityObserver>
 AtspiAccessibility::createObserver(qint64 processId, NotificationHandler handler) {
+    QUENDRA_CHECK_THREAD(checker);
     return std::make_unique<AtspiObserver>(*this, processId, std::move(handler));
 }
 

@@ -2,7 +2,9 @@
 
 #include "platform/Accessibility.h"
 
+#include "GObjectRef.h"
 #include "X11Display.h"
+#include "model/MainThreadChecker.h"
 
 #include <QHash>
 #include <QSet>
@@ -18,8 +20,8 @@ namespace quendra {
 
 class AtspiObserver;
 
-// Other applications through AT-SPI 2, translated to the attribute vocabulary:
-// roles and states become "AXRole"/"AXSubrole", focus events keep track of
+// Other applications through AT-SPI 2: roles, states, events and actions are
+// translated to the types of Accessibility.h, and focus events keep track of
 // each process's focused element.
 class AtspiAccessibility : public Accessibility {
 public:
@@ -31,14 +33,16 @@ public:
 
     bool isTrusted() override;
     Element applicationElement(qint64 processId) override;
-    std::optional<QString> stringAttribute(const Element& element, const QString& name) override;
-    Element elementAttribute(const Element& element, const QString& name) override;
+    std::optional<AccessibleRole> role(const Element& element) override;
+    std::optional<QString> stringAttribute(const Element& element,
+                                           AccessibleStringAttribute attribute) override;
+    Element elementAttribute(const Element& element, AccessibleElementAttribute attribute) override;
     QList<Element> children(const Element& element) override;
     std::optional<QRectF> frame(const Element& element) override;
     std::optional<TextRange> selectedTextRange(const Element& element) override;
-    QStringList actionNames(const Element& element) override;
-    bool isAttributeSettable(const Element& element, const QString& name) override;
-    int setFocused(const Element& element) override;
+    QList<AccessibleAction> actions(const Element& element) override;
+    bool canSetSelectedText(const Element& element) override;
+    std::expected<void, FocusError> setFocused(const Element& element) override;
     bool setSelectedText(const Element& element, const QString& text) override;
     Element elementAtPosition(QPointF point) override;
     std::unique_ptr<AccessibilityObserver> createObserver(qint64 processId,
@@ -49,7 +53,8 @@ private:
     static void onEvent(AtspiEvent* event, void* self);
     void handleEvent(AtspiEvent* event);
     // Notifications without a source element belong to the application element.
-    void deliver(qint64 processId, const QStringList& names, const Element& source);
+    void deliver(qint64 processId, const QList<AccessibilityNotification>& notifications,
+                 const Element& source);
     Element focusedIn(qint64 processId);
     Element searchFocused(AtspiAccessible* application);
     // GTK does not announce moved windows over AT-SPI; the window manager's
@@ -57,7 +62,8 @@ private:
     void watchWindowsOf(qint64 processId);
     void processWindowEvents();
 
-    AtspiEventListener* listener = nullptr;
+    MainThreadChecker checker;
+    GObjectRef<AtspiEventListener> listener;
     QHash<qint64, Element> focusedByProcess;
     QHash<qint64, Element> applicationsByProcess;
     QList<AtspiObserver*> observers;

@@ -64,10 +64,10 @@ DesktopServices::AccessibilityStatus DesktopServices::accessibilityStatus() {
     return status;
 }
 
-bool DesktopServices::canRegisterHotKey(std::uint32_t keyCode, std::uint32_t modifiers) {
+bool DesktopServices::canRegisterHotKey(const DictationShortcut& shortcut) {
     X11HotKeyService service;
     constexpr std::uint32_t probe = 0xD0C;
-    if (!service.registerHotKey(probe, keyCode, modifiers))
+    if (!service.registerHotKey(probe, shortcut.keysym, shortcut.modifiers))
         return false;
     service.unregisterHotKey(probe);
     return true;

@@ -1,5 +1,6 @@
 #include "SecretServiceBackend.h"
 
+#include "GObjectRef.h"
 #include "model/ApplicationId.h"
 
 #include <QLoggingCategory>
@@ -31,12 +32,6 @@ const SecretSchema* schema() {
                                         nullptr};
     return &schema;
 }
-
-struct GObjectDeleter {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
-template <typename T>
-using GObjectPtr = std::unique_ptr<T, GObjectDeleter>;
 
 struct ErrorDeleter {
     void operator()(GError* error) const { g_error_free(error); }
@@ -74,7 +69,7 @@ CredentialLookup SecretServiceBackend::lookup(const QString& name, bool allowInt
     GError* raw = nullptr;
     // Searching without unlocking tells a locked item from a missing one;
     // secret_password_lookup would answer "none" for both.
-    GObjectPtr<SecretService> service(secret_service_get_sync(
+    const auto service = GObjectRef<SecretService>::adopt(secret_service_get_sync(
         SecretServiceFlags(SECRET_SERVICE_OPEN_SESSION | SECRET_SERVICE_LOAD_COLLECTIONS), nullptr,
         &raw));
     ErrorPtr error(raw);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "X11Display.h"
+#include "model/MainThreadChecker.h"
 #include "platform/HotKeyService.h"
 
 #include <QMap>
@@ -8,12 +9,8 @@
 #include <QSocketNotifier>
 
 #include <memory>
-#include <optional>
 
 namespace quendra {
-
-// The keysym of a DictationShortcut key code, none for keys without one.
-std::optional<unsigned long> keysymForKeyCode(std::uint32_t keyCode);
 
 // Global shortcuts as key grabs on the root window.
 class X11HotKeyService : public HotKeyService {
@@ -23,8 +20,8 @@ public:
     ~X11HotKeyService() override;
 
     std::expected<void, HotKeyServiceError> registerHotKey(std::uint32_t identifier,
-                                                           std::uint32_t keyCode,
-                                                           std::uint32_t modifiers) override;
+                                                           std::uint32_t keysym,
+                                                           ShortcutModifiers modifiers) override;
     void unregisterHotKey(std::uint32_t identifier) override;
 
 private:
@@ -35,6 +32,7 @@ private:
     void ungrab(const Grab& grab);
     void processEvents();
 
+    MainThreadChecker checker;
     X11Display x;
     std::unique_ptr<QSocketNotifier> notifier;
     QMap<std::uint32_t, Grab> grabs;

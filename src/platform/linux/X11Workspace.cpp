@@ -76,6 +76,7 @@ std::optional<RunningApplication> X11Workspace::applicationOf(XWindow window) {
 }
 
 QList<RunningApplication> X11Workspace::runningApplications() {
+    QUENDRA_CHECK_THREAD(checker);
     QList<RunningApplication> apps;
     if (!x.isOpen())
         return apps;
@@ -89,6 +90,7 @@ QList<RunningApplication> X11Workspace::runningApplications() {
 }
 
 std::optional<RunningApplication> X11Workspace::frontmostApplication() {
+    QUENDRA_CHECK_THREAD(checker);
     if (!x.isOpen())
         return std::nullopt;
     const auto window = x.windowProperty(x.root(), activeWindow);
@@ -98,10 +100,12 @@ std::optional<RunningApplication> X11Workspace::frontmostApplication() {
 }
 
 bool X11Workspace::isTerminated(qint64 processId) {
+    QUENDRA_CHECK_THREAD(checker);
     return !processAlive(processId);
 }
 
 std::optional<XWindow> X11Workspace::windowOf(qint64 processId) {
+    QUENDRA_CHECK_THREAD(checker);
     QList<XWindow> windows = x.windowListProperty(x.root(), clientStacking);
     if (windows.isEmpty())
         windows = x.windowListProperty(x.root(), clientList);
@@ -112,6 +116,7 @@ std::optional<XWindow> X11Workspace::windowOf(qint64 processId) {
 }
 
 bool X11Workspace::activate(qint64 processId) {
+    QUENDRA_CHECK_THREAD(checker);
     if (!x.isOpen())
         return false;
     const auto window = windowOf(processId);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "X11Display.h"
+#include "model/MainThreadChecker.h"
 #include "platform/Workspace.h"
 
 #include <QSet>
@@ -35,6 +36,7 @@ private:
     void processEvents();
     void checkTerminations();
 
+    MainThreadChecker checker;
     X11Display x;
     std::unique_ptr<QSocketNotifier> notifier;
     std::optional<qint64> lastFrontmost;

@@ -7,6 +7,7 @@
 namespace quendra {
 
 bool XTestKeyEventPoster::postPaste(PasteKeys keys) {
+    QUENDRA_CHECK_THREAD(checker);
     if (!x.isOpen())
         return false;
     Display* d = x.get();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "X11Display.h"
+#include "model/MainThreadChecker.h"
 #include "platform/KeyEventPoster.h"
 
 namespace quendra {
@@ -11,6 +12,7 @@ public:
     bool postPaste(PasteKeys keys) override;
 
 private:
+    MainThreadChecker checker;
     X11Display x;
 };
 

@@ -21,7 +21,7 @@ if "$parlevo" doctor >"$out" 2>&1; then fail "doctor passed with accessibility o
 grep -q '^FIX  Accessibility: Accessibility is turned off' "$out" || fail "off not reported: $(cat "$out")"
 "$parlevo" doctor --enable-accessibility >"$out" 2>&1 || fail "doctor did not turn accessibility on: $(cat "$out")"
 
-harness_spawn other "$desktop_probe" grab 49 0x800
+harness_spawn other "$desktop_probe" grab 0x20 Alt
 wait_ms 5000 grep -qx grabbed "$harness_dir/other.log" || fail "could not grab Alt+Space"
 if "$parlevo" doctor >"$out" 2>&1; then fail "doctor passed with the shortcut taken"; fi
 grep -q '^FIX  Dictation shortcut: The dictation shortcut Alt+Space cannot be registered' "$out" ||

@@ -7,12 +7,12 @@ source "$(dirname "$0")/../../harness/desktop.sh"
 desktop_start
 log="$harness_dir/shortcut.log"
 
-# Ctrl+D (key code 2, control 0x1000) taken by someone else.
-harness_spawn other "$desktop_probe" grab 2 0x1000
+# Ctrl+D (keysym 0x64) taken by someone else.
+harness_spawn other "$desktop_probe" grab 0x64 Ctrl
 wait_ms 5000 grep -qx grabbed "$harness_dir/other.log" || fail "the other client could not grab"
 
-# Alt+Space (49, option 0x800) registered, then Ctrl+D tried.
-harness_spawn shortcut "$desktop_probe" shortcut 49 0x800 2 0x1000 20 --qa-hotkey-log
+# Alt+Space (keysym 0x20) registered, then Ctrl+D tried.
+harness_spawn shortcut "$desktop_probe" shortcut 0x20 Alt 0x64 Ctrl 20 --qa-hotkey-log
 wait_ms 5000 grep -q '^registered:' "$log" || fail "no registration: $(cat "$log")"
 grep -qx 'taken: no' "$log" || fail "the taken shortcut was accepted"
 grep -qx 'error: That shortcut is already in use. Choose another one.' "$log" ||

@@ -11,26 +11,26 @@ log="$harness_dir/watch.log"
 
 "$parlevo" target --watch --seconds 30 --qa-target-log >"$log" 2>&1 &
 harness_pids+=("$!")
-wait_ms 5000 grep -q '^manual app=org.quendra.TargetOne .*role=AXTextField subrole=- .*classification=ready' "$log" ||
+wait_ms 5000 grep -q '^manual app=org.quendra.TargetOne .*role=entry .*classification=ready' "$log" ||
     fail "the starting target was not reported: $(cat "$log")"
 wait_ms 2000 grep -Eq '^target app=.* element=(true|false)$' "$log" ||
     fail "--qa-target-log wrote nothing"
 
 probe focus org.quendra.TargetOne multi-line
-wait_ms 600 grep -q '^focusChanged .*role=AXTextArea .*classification=ready' "$log" ||
+wait_ms 600 grep -q '^focusChanged .*role=text .*classification=ready' "$log" ||
     fail "moving to the text view was not reported within a poll"
 
 probe focus org.quendra.TargetOne password
-wait_ms 600 grep -q '^focusChanged .*subrole=AXSecureTextField .*classification=secureField' "$log" ||
+wait_ms 600 grep -q '^focusChanged .*role=password-text .*classification=secureField' "$log" ||
     fail "the password field was not reported as secure"
 
 probe focus org.quendra.TargetOne button
-wait_ms 600 grep -q '^focusChanged .*role=AXButton .*classification=noEditableField' "$log" ||
+wait_ms 600 grep -q '^focusChanged .*role=push-button .*classification=noEditableField' "$log" ||
     fail "the button was not reported as no editable field"
 
-before="$(count_lines "$log" '^geometryChanged .*role=AXButton')"
+before="$(count_lines "$log" '^geometryChanged .*role=push-button')"
 xdotool search --name '^org.quendra.TargetOne$' windowmove --sync 40 60
-wait_ms 2000 has_lines "$log" '^geometryChanged .*app=org.quendra.TargetOne .*role=AXButton' $((before + 1)) ||
+wait_ms 2000 has_lines "$log" '^geometryChanged .*app=org.quendra.TargetOne .*role=push-button' $((before + 1)) ||
     fail "moving the window did not report geometryChanged with the same field: $(tail -4 "$log")"
 
 desktop_target org.quendra.TargetTwo

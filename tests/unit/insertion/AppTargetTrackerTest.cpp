@@ -22,20 +22,23 @@ protected:
         workspace.launch(editorPid, u"org.example.Editor"_s);
         workspace.launch(browserPid, u"org.example.Browser"_s);
         editor = ax.addApplication(editorPid);
-        editorWindow = ax.addElement(editor, u"AXWindow"_s, QRectF(0, 0, 500, 300));
+        editorWindow = ax.addElement(editor, AccessibleRole::window, QRectF(0, 0, 500, 300));
         name = ax.addTextField(editorWindow, QRectF(10, 10, 200, 24));
         notes = ax.addTextField(editorWindow, QRectF(10, 50, 200, 24));
         browser = ax.addApplication(browserPid);
-        const auto browserWindow = ax.addElement(browser, u"AXWindow"_s, QRectF(0, 0, 900, 700));
+        const auto browserWindow =
+            ax.addElement(browser, AccessibleRole::window, QRectF(0, 0, 900, 700));
         search = ax.addTextField(browserWindow, QRectF(20, 20, 400, 30));
         ax.focus(editorPid, name);
         ax.focus(browserPid, search);
         workspace.frontmost = editorPid;
     }
 
-    void track(QStringList arguments = {}) {
-        tracker = std::make_unique<AppTargetTracker>(workspace, ax, arguments);
-        tracker->onTargetChanged = [this](const TargetUpdate& update) { updates.append(update); };
+    void track(const QString& bundleOverride = {}) {
+        tracker = std::make_unique<AppTargetTracker>(workspace, ax);
+        tracker->setTargetBundleOverride(bundleOverride);
+        QObject::connect(tracker.get(), &AppTargetTracker::targetChanged,
+                         [this](const TargetUpdate& update) { updates.append(update); });
         tracker->start();
     }
 
@@ -105,7 +108,7 @@ TEST_F(AppTargetTrackerTest, ActivationMovesTheObserverToTheNewApplication) {
 
 TEST_F(AppTargetTrackerTest, MovingTheWindowReportsGeometryWithTheSameField) {
     track();
-    ax.post(u"AXMoved"_s, editorWindow);
+    ax.post(AccessibilityNotification::moved, editorWindow);
     spinEventLoop(200, [this] { return updates.size() > 1; });
     ASSERT_EQ(updates.size(), 2);
     EXPECT_EQ(updates[1].reason, TargetUpdateReason::geometryChanged);
@@ -114,32 +117,33 @@ TEST_F(AppTargetTrackerTest, MovingTheWindowReportsGeometryWithTheSameField) {
     // above: each watched once.
     int movedRegistrations = 0;
     for (const auto& r : ax.registrations)
-        movedRegistrations += r.name == u"AXMoved"_s;
+        movedRegistrations += r.notification == AccessibilityNotification::moved;
     EXPECT_EQ(movedRegistrations, 3);
 }
 
 TEST_F(AppTargetTrackerTest, AFocusNotificationRecapturesTheTarget) {
     track();
     ax.focus(editorPid, notes);
-    ax.post(u"AXFocusedUIElementChanged"_s, editor);
+    ax.post(AccessibilityNotification::focusedElementChanged, editor);
     spinEventLoop(200, [this] { return updates.size() > 1; });
     ASSERT_EQ(updates.size(), 2);
     EXPECT_EQ(updates[1].reason, TargetUpdateReason::focusChanged);
     EXPECT_TRUE(sameElement(updates[1].element, notes));
 }
 
-TEST_F(AppTargetTrackerTest, QaTargetBundleFallsBackWhenNotRunning) {
-    track({u"--qa-target-bundle=org.example.Browser"_s});
+TEST_F(AppTargetTrackerTest, ATargetBundleOverrideFallsBackWhenNotRunning) {
+    track(u"org.example.Browser"_s);
     EXPECT_EQ(updates.last().application->processId, browserPid);
     updates.clear();
-    track({u"--qa-target-bundle=org.example.Missing"_s});
+    track(u"org.example.Missing"_s);
     EXPECT_EQ(updates.last().application->processId, editorPid);
 }
 
 TEST_F(AppTargetTrackerTest, TerminationIsPassedOn) {
     track();
     qint64 quit = 0;
-    tracker->onApplicationTerminated = [&quit](qint64 pid) { quit = pid; };
+    QObject::connect(tracker.get(), &AppTargetTracker::applicationTerminated,
+                     [&quit](qint64 pid) { quit = pid; });
     workspace.quit(browserPid);
     EXPECT_EQ(quit, browserPid);
 }

@@ -6,24 +6,23 @@
 using namespace Qt::Literals::StringLiterals;
 using namespace quendra;
 
-TEST(InsertionGuard, PasswordOrSecureAnywhereInRoleOrSubroleIsSecure) {
-    EXPECT_TRUE(InsertionGuard::isSecure(u"AXTextField"_s, u"AXSecureTextField"_s));
-    EXPECT_TRUE(InsertionGuard::isSecure(u"AXPasswordEntry"_s, std::nullopt));
-    EXPECT_TRUE(InsertionGuard::isSecure(std::nullopt, u"PASSWORD"_s));
-    EXPECT_FALSE(InsertionGuard::isSecure(u"AXTextField"_s, std::nullopt));
-    EXPECT_FALSE(InsertionGuard::isSecure(std::nullopt, std::nullopt));
-    // Only the joined words count, so "secure" split across both is not a match.
-    EXPECT_FALSE(InsertionGuard::isSecure(u"sec"_s, u"ure"_s));
+TEST(InsertionGuard, PasswordFieldsAreSecureAndNeverEditable) {
+    EXPECT_TRUE(InsertionGuard::isSecure(AccessibleRole::passwordText));
+    EXPECT_FALSE(InsertionGuard::isSecure(AccessibleRole::entry));
+    EXPECT_FALSE(InsertionGuard::isSecure(std::nullopt));
+    // Not even when its selection reports as writable.
+    EXPECT_FALSE(InsertionGuard::isEditable(AccessibleRole::passwordText, true));
 }
 
 TEST(InsertionGuard, EditableNeedsASettableSelectionOrATextRole) {
-    EXPECT_TRUE(InsertionGuard::isEditable(u"AXTextArea"_s, false));
-    EXPECT_TRUE(InsertionGuard::isEditable(u"AXComboBox"_s, false));
-    EXPECT_TRUE(InsertionGuard::isEditable(u"AXGroup"_s, true));
-    EXPECT_FALSE(InsertionGuard::isEditable(u"AXButton"_s, false));
+    EXPECT_TRUE(InsertionGuard::isEditable(AccessibleRole::text, false));
+    EXPECT_TRUE(InsertionGuard::isEditable(AccessibleRole::terminal, false));
+    EXPECT_TRUE(InsertionGuard::isEditable(AccessibleRole::comboBox, false));
+    EXPECT_TRUE(InsertionGuard::isEditable(AccessibleRole::other, true));
+    EXPECT_FALSE(InsertionGuard::isEditable(AccessibleRole::pushButton, false));
+    EXPECT_FALSE(InsertionGuard::isEditable(AccessibleRole::documentWeb, false));
     EXPECT_FALSE(InsertionGuard::isEditable(std::nullopt, false));
     EXPECT_TRUE(InsertionGuard::isEditable(std::nullopt, true));
-    EXPECT_FALSE(InsertionGuard::isEditable(u"AXSecureTextField"_s, true));
 }
 
 TEST(ReplacementTargetMatch, EightyPercentOfTheSmallerFrameInTheSameWindow) {

@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <thread>
+
 using namespace Qt::Literals::StringLiterals;
 using namespace quendra;
 using testing::Contains;
@@ -24,7 +26,7 @@ protected:
         workspace.launch(editorPid, u"org.example.Editor"_s);
         workspace.launch(otherPid, u"org.example.Other"_s);
         app = ax.addApplication(editorPid);
-        window = ax.addElement(app, u"AXWindow"_s, QRectF(100, 100, 600, 400));
+        window = ax.addElement(app, AccessibleRole::window, QRectF(100, 100, 600, 400));
         field = ax.addTextField(window, QRectF(120, 130, 300, 30));
         secondField = ax.addTextField(window, QRectF(120, 180, 300, 30));
         ax.focus(editorPid, field);
@@ -34,10 +36,11 @@ protected:
             if (!pasteWorks)
                 return;
             const auto focused = ax.focusedNode(editorPid);
-            focused->strings[u"AXValue"_s] += pasteboard.string();
-            ax.post(u"AXValueChanged"_s, focused);
+            focused->strings[AccessibleStringAttribute::value] += pasteboard.string();
+            ax.post(AccessibilityNotification::valueChanged, focused);
         };
-        service.onDiagnostic = [this](const QString& line) { log.append(line); };
+        QObject::connect(&service, &InsertionService::diagnostic,
+                         [this](const QString& line) { log.append(line); });
         service.pasteConfirmationMs = 100;
     }
 
@@ -67,11 +70,11 @@ TEST_F(InsertionServiceTest, PastesIntoTheRememberedFieldAfterReturningToIt) {
     ax.focus(editorPid, field);
 
     EXPECT_EQ(insert(u"héllo wörld"_s, target), InsertionResult::inserted);
-    EXPECT_EQ(field->strings[u"AXValue"_s], u"héllo wörld"_s);
+    EXPECT_EQ(field->strings[AccessibleStringAttribute::value], u"héllo wörld"_s);
     EXPECT_THAT(workspace.activations, ElementsAre(editorPid));
     EXPECT_THAT(keys.posted, ElementsAre(PasteKeys::control));
     EXPECT_THAT(log, ElementsAre(u"starting for app=org.example.Editor"_s,
-                                 u"original focus status=0 confirmed=true"_s,
+                                 u"original focus status=ok confirmed=true"_s,
                                  u"using focused editable target original=true replacement=true"_s,
                                  u"inserted with paste"_s));
 }
@@ -93,7 +96,7 @@ TEST_F(InsertionServiceTest, RefusesWithoutTouchingTheDesktopWhenTheTargetIsGone
 
 TEST_F(InsertionServiceTest, AFieldThatTurnedIntoAPasswordFieldIsBlockedBeforeActivation) {
     const InsertionTarget target = remembered();
-    field->strings[u"AXSubrole"_s] = u"AXSecureTextField"_s;
+    field->role = AccessibleRole::passwordText;
     EXPECT_EQ(insert(u"secret"_s, target), InsertionResult::blockedSecureField);
     EXPECT_THAT(log, ElementsAre(u"blocked: original target is secure"_s));
     EXPECT_TRUE(workspace.activations.isEmpty());
@@ -111,15 +114,17 @@ TEST_F(InsertionServiceTest, NothingIsActivatedWhenTheUserMovedElsewhere) {
     ax.focus(editorPid, secondField);
     EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
     EXPECT_TRUE(workspace.activations.isEmpty());
-    EXPECT_TRUE(secondField->strings[u"AXValue"_s].isEmpty());
+    EXPECT_TRUE(secondField->strings[AccessibleStringAttribute::value].isEmpty());
 }
 
 TEST_F(InsertionServiceTest, AWebPageThatNavigatedElsewhereIsRefused) {
-    window->strings[u"AXRole"_s] = u"AXWebArea"_s;
-    window->strings[u"AXURL"_s] = u"https://mail.example.org/compose"_s;
+    window->role = AccessibleRole::documentWeb;
+    window->strings[AccessibleStringAttribute::documentAddress] =
+        u"https://mail.example.org/compose"_s;
     const InsertionTarget target = remembered();
     EXPECT_EQ(target.webAddress, u"https://mail.example.org/compose"_s);
-    window->strings[u"AXURL"_s] = u"https://mail.example.org/inbox"_s;
+    window->strings[AccessibleStringAttribute::documentAddress] =
+        u"https://mail.example.org/inbox"_s;
     EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
     EXPECT_TRUE(workspace.activations.isEmpty());
 }
@@ -143,18 +148,26 @@ TEST_F(InsertionServiceTest, FocusThatLandsOnAnotherFieldIsNotUsedEvenWhenItOver
     workspace.onActivate = [this](qint64) { ax.focus(editorPid, secondField); };
 
     EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
-    EXPECT_THAT(log, Contains(u"original focus status=0 confirmed=false"_s));
+    EXPECT_THAT(log, Contains(u"original focus status=ok confirmed=false"_s));
     EXPECT_THAT(log, Contains(u"using focused editable target original=false replacement=true"_s));
     EXPECT_EQ(log.last(), u"failed: focused target differs from the original field"_s);
     EXPECT_TRUE(keys.posted.isEmpty());
-    EXPECT_TRUE(secondField->strings[u"AXValue"_s].isEmpty());
+    EXPECT_TRUE(secondField->strings[AccessibleStringAttribute::value].isEmpty());
+}
+
+TEST_F(InsertionServiceTest, ARefusedFocusRequestIsLoggedByNameAndTheFocusedFieldStillCounts) {
+    const InsertionTarget target = remembered();
+    ax.focusError = FocusError::refused;
+    EXPECT_EQ(insert(u"x"_s, target), InsertionResult::inserted);
+    EXPECT_THAT(log, Contains(u"original focus status=refused confirmed=false"_s));
+    EXPECT_EQ(ax.setFocusedCalls, 1);
 }
 
 TEST_F(InsertionServiceTest, IgnoredPasteIsServedByTheAccessibilityFallback) {
     const InsertionTarget target = remembered();
     pasteWorks = false;
     EXPECT_EQ(insert(u"fallback"_s, target), InsertionResult::inserted);
-    EXPECT_EQ(field->strings[u"AXValue"_s], u"fallback"_s);
+    EXPECT_EQ(field->strings[AccessibleStringAttribute::value], u"fallback"_s);
     EXPECT_EQ(log.last(), u"inserted with Accessibility fallback"_s);
 
     log.clear();
@@ -195,8 +208,7 @@ TEST_F(InsertionServiceTest, ACopyMadeDuringTheDelaySurvives) {
 }
 
 TEST_F(InsertionServiceTest, TerminalsGetControlShiftV) {
-    field->strings[u"AXRole"_s] = u"AXTextArea"_s;
-    field->strings[u"AXSubrole"_s] = u"AXTerminal"_s;
+    field->role = AccessibleRole::terminal;
     const InsertionTarget target = remembered();
     EXPECT_EQ(insert(u"ls"_s, target), InsertionResult::inserted);
     EXPECT_THAT(keys.posted, ElementsAre(PasteKeys::controlShift));
@@ -204,17 +216,17 @@ TEST_F(InsertionServiceTest, TerminalsGetControlShiftV) {
 
 TEST_F(InsertionServiceTest, ClassifiesFocusedElements) {
     const RunningApplication editor = workspace.applications[0];
-    field->strings[u"AXSubrole"_s] = u"AXSecureTextField"_s;
+    field->role = AccessibleRole::passwordText;
     EXPECT_EQ(service.captureTarget(editor, field).kind, TargetCaptureKind::secureField);
 
-    const auto area = ax.addElement(window, u"AXTextArea"_s, QRectF(0, 0, 10, 10));
+    const auto area = ax.addElement(window, AccessibleRole::text, QRectF(0, 0, 10, 10));
     const auto capture = service.captureTarget(editor, area);
     ASSERT_EQ(capture.kind, TargetCaptureKind::ready);
     EXPECT_TRUE(sameElement(capture.target->window, window));
     EXPECT_EQ(capture.target->frame, QRectF(0, 0, 10, 10));
-    EXPECT_EQ(capture.target->role, u"AXTextArea"_s);
+    EXPECT_EQ(capture.target->role, AccessibleRole::text);
 
-    const auto button = ax.addElement(window, u"AXButton"_s);
+    const auto button = ax.addElement(window, AccessibleRole::pushButton);
     EXPECT_EQ(service.captureTarget(editor, button).kind, TargetCaptureKind::noEditableField);
     EXPECT_EQ(service.captureTarget(std::nullopt, area).kind, TargetCaptureKind::noEditableField);
     ax.trusted = false;
@@ -222,7 +234,7 @@ TEST_F(InsertionServiceTest, ClassifiesFocusedElements) {
 }
 
 TEST_F(InsertionServiceTest, TextAroundTheSelectionInUtf16Units) {
-    field->strings[u"AXValue"_s] = u"ab😀cd"_s;
+    field->strings[AccessibleStringAttribute::value] = u"ab😀cd"_s;
     field->selection = TextRange{2, 2}; // the emoji
     auto context = service.textContext(remembered());
     ASSERT_TRUE(context);
@@ -247,16 +259,35 @@ TEST_F(InsertionServiceTest, WritingApplicationPrefersKnownApplicationsThenSecur
     InsertionTarget target = remembered();
     EXPECT_EQ(service.writingApplication(target), u"org.example.Editor"_s);
 
-    window->strings[u"AXRole"_s] = u"AXWebArea"_s;
-    window->strings[u"AXURL"_s] = u"HTTPS://Claude.AI/chat/1"_s;
+    window->role = AccessibleRole::documentWeb;
+    window->strings[AccessibleStringAttribute::documentAddress] = u"HTTPS://Claude.AI/chat/1"_s;
     EXPECT_EQ(service.writingApplication(target), u"web:claude.ai"_s);
-    window->strings[u"AXURL"_s] = u"http://claude.ai/chat/1"_s;
+    window->strings[AccessibleStringAttribute::documentAddress] = u"http://claude.ai/chat/1"_s;
     EXPECT_EQ(service.writingApplication(target), u"org.example.Editor"_s);
 
     target.application.bundleIdentifier = u"slack"_s;
     EXPECT_EQ(service.writingApplication(target), u"slack"_s);
     target.application.bundleIdentifier.clear();
     EXPECT_EQ(service.writingApplication(target), std::nullopt);
+}
+
+// Main-thread-only objects stop a call from another thread in debug builds,
+// before it touches anything.
+TEST_F(InsertionServiceTest, ACallFromAnotherThreadIsStoppedInDebugBuilds) {
+#ifdef NDEBUG
+    GTEST_SKIP() << "the check is compiled only into debug builds";
+#else
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const RunningApplication editor = workspace.applications[0];
+    EXPECT_DEATH(
+        {
+            std::thread other([&] { service.captureTarget(editor, field); });
+            other.join();
+        },
+        "captureTarget.*called on a thread other than the one that owns it");
+    // The owning thread is still served.
+    EXPECT_EQ(service.captureTarget(editor, field).kind, TargetCaptureKind::ready);
+#endif
 }
 
 } // namespace

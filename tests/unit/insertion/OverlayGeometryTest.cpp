@@ -78,7 +78,7 @@ protected:
         screens.all = {{QRectF(0, 0, 1280, 800), QRectF(0, 0, 1280, 775)},
                        {QRectF(0, 800, 1920, 1080), QRectF(0, 800, 1920, 1055)}};
         app = ax.addApplication(7);
-        window = ax.addElement(app, u"AXWindow"_s, QRectF(0, 0, 800, 600));
+        window = ax.addElement(app, AccessibleRole::window, QRectF(0, 0, 800, 600));
         field = ax.addTextField(window, QRectF(100, 100, 300, 30));
     }
 
@@ -110,16 +110,16 @@ TEST_F(OverlayGeometryTest, FloatingPanelsSitInTheTopRightOfTheFieldsScreen) {
 }
 
 TEST_F(OverlayGeometryTest, FindsControlsBesideTheFieldOnly) {
-    const auto send = ax.addElement(window, u"AXButton"_s, QRectF(405, 100, 40, 30));
-    ax.addElement(window, u"AXButton"_s, QRectF(700, 100, 40, 30)); // far away
-    const auto label = ax.addElement(window, u"AXStaticText"_s, QRectF(60, 100, 38, 30));
-    const auto pressable = ax.addElement(window, u"AXImage"_s, QRectF(60, 140, 30, 30));
-    pressable->actions = {u"AXPress"_s};
+    const auto send = ax.addElement(window, AccessibleRole::pushButton, QRectF(405, 100, 40, 30));
+    ax.addElement(window, AccessibleRole::pushButton, QRectF(700, 100, 40, 30)); // far away
+    const auto label = ax.addElement(window, AccessibleRole::label, QRectF(60, 100, 38, 30));
+    const auto pressable = ax.addElement(window, AccessibleRole::other, QRectF(60, 140, 30, 30));
+    pressable->actions = {AccessibleAction::press};
     (void)send;
     (void)label;
     // Three levels below the root are out of reach of the bounded search.
-    const auto deep =
-        ax.addElement(ax.addElement(window, u"AXGroup"_s), u"AXButton"_s, QRectF(405, 140, 40, 30));
+    const auto deep = ax.addElement(ax.addElement(window, AccessibleRole::other),
+                                    AccessibleRole::pushButton, QRectF(405, 140, 40, 30));
     (void)deep;
     const QList<QRectF> found =
         geometry.nearbyInteractiveFrames(field, *geometry.appKitFrame(field));
@@ -135,8 +135,8 @@ TEST_F(OverlayGeometryTest, MicrophoneAvoidsSpotsWhereHitTestingFindsAControl) {
     // A toolbar button over the whole right side, not a child of the field's
     // ancestors within reach, is only found by hit testing.
     const auto other = ax.addApplication(8);
-    const auto toolbar = ax.addElement(other, u"AXWindow"_s, QRectF(400, 0, 100, 300));
-    ax.addElement(toolbar, u"AXToolbarButton"_s, QRectF(400, 0, 100, 300));
+    const auto toolbar = ax.addElement(other, AccessibleRole::window, QRectF(400, 0, 100, 300));
+    ax.addElement(toolbar, AccessibleRole::toggleButton, QRectF(400, 0, 100, 300));
     const auto moved = geometry.fieldMicrophoneOrigin(field);
     ASSERT_TRUE(moved);
     EXPECT_EQ(moved->x(), 50);

@@ -244,7 +244,7 @@ TEST_F(AppDataStoreTest, scalarSettingsHaveDefaultsAndRoundTrip) {
     ASSERT_TRUE(store.setRecordingDuration(RecordingDuration::sixty));
     ASSERT_TRUE(store.setDictationModel(DictationModel::offline));
     ASSERT_TRUE(
-        store.setNotesRecordingShortcut(DictationShortcut{15, CarbonModifier::control, u"R"_s}));
+        store.setNotesRecordingShortcut(DictationShortcut{'r', ShortcutModifier::ctrl, u"R"_s}));
     EXPECT_EQ(defaults.string(u"dictationStyle"_s), u"prompt"_s);
     EXPECT_EQ(defaults.string(u"dictationLanguage"_s), u"uk"_s);
     EXPECT_EQ(defaults.integer(u"recordingDuration"_s), 60);

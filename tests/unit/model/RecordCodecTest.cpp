@@ -1,5 +1,4 @@
 #include "model/DictationPhase.h"
-#include "model/DictationShortcut.h"
 #include "model/TranscriptEntry.h"
 #include "model/TranscriptionResult.h"
 #include "support/TestSupport.h"
@@ -100,25 +99,6 @@ TEST(TranscriptEntry, pendingAndFailedFollowTextRecordingAndError) {
     e.text = u"done"_s;
     EXPECT_FALSE(e.isPending());
     EXPECT_FALSE(e.isFailed());
-}
-
-TEST(DictationShortcut, defaultDisplayAndCodec) {
-    const auto shortcut = DictationShortcut::defaultDictation();
-    EXPECT_EQ(shortcut.keyCode, 49u);
-    EXPECT_EQ(shortcut.carbonModifiers, 2048u);
-    EXPECT_EQ(shortcut.displayName(), u"Alt+Space"_s);
-    const DictationShortcut all{0,
-                                CarbonModifier::command | CarbonModifier::shift |
-                                    CarbonModifier::option | CarbonModifier::control,
-                                u"D"_s};
-    EXPECT_EQ(all.displayName(), u"Ctrl+Alt+Shift+Super+D"_s);
-    const Json j = all;
-    EXPECT_EQ(j.dump(), R"({"keyCode":0,"carbonModifiers":6912,"keyLabel":"D"})");
-    EXPECT_EQ(j.get<DictationShortcut>(), all);
-    EXPECT_NE(j.get<DictationShortcut>(), shortcut);
-    EXPECT_THROW(Json::parse(R"({"keyCode":-1,"carbonModifiers":0,"keyLabel":"A"})")
-                     .get<DictationShortcut>(),
-                 std::invalid_argument);
 }
 
 TEST(TranscriptionResultCodec, segmentsWordsAndResultsRoundTrip) {

@@ -54,10 +54,10 @@ int runRecordCommand(const QStringList& arguments, QTextStream& out, QTextStream
 
     RecordingLoop loop;
     bool unexpected = false;
-    recorder.onUnexpectedStop = [&] {
+    QObject::connect(&recorder, &AudioRecorder::unexpectedStop, &recorder, [&] {
         unexpected = true;
         loop.finish();
-    };
+    });
     loop.tick = [&] {
         if (*limit > 0 && recorder.elapsedSeconds() >= *limit)
             loop.finish();

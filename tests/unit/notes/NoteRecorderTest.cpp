@@ -234,4 +234,16 @@ TEST_F(NoteRecorderTest, MetersShowTheLatestLevelOfEachSource) {
     recorder.stop();
 }
 
+TEST_F(NoteRecorderTest, ItsMethodsStopADebugBuildWhenCalledFromAnotherThread) {
+#ifdef NDEBUG
+    GTEST_SKIP() << "the check is compiled into debug builds only";
+#else
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(std::thread([&] { (void)recorder.isRecording(); }).join(),
+                 "NoteRecorder::isRecording");
+    EXPECT_DEATH(std::thread([&] { (void)recorder.stop(); }).join(), "NoteRecorder::stop");
+    EXPECT_FALSE(recorder.isRecording()) << "the owner's own calls pass";
+#endif
+}
+
 } // namespace

@@ -48,10 +48,12 @@ QString AudioRecorder::temporaryFilePath() {
 }
 
 bool AudioRecorder::requestPermission() {
+    QUENDRA_CHECK_THREAD(checker);
     return permission.request();
 }
 
 std::expected<void, AudioRecorderError> AudioRecorder::start(std::optional<QString> path) {
+    QUENDRA_CHECK_THREAD(checker);
     if (isRecording())
         stop();
     if (!permission.granted())
@@ -99,6 +101,7 @@ void AudioRecorder::postReport(quint64 recording) {
 }
 
 std::optional<RecordingCapture> AudioRecorder::stop() {
+    QUENDRA_CHECK_THREAD(checker);
     if (!source || !writer || !fileURL) {
         source.reset();
         writer.reset();
@@ -117,6 +120,7 @@ std::optional<RecordingCapture> AudioRecorder::stop() {
 }
 
 void AudioRecorder::clearFile() {
+    QUENDRA_CHECK_THREAD(checker);
     if (!fileURL)
         return;
     QFile::remove(*fileURL);
@@ -124,14 +128,17 @@ void AudioRecorder::clearFile() {
 }
 
 double AudioRecorder::level() const {
+    QUENDRA_CHECK_THREAD(checker);
     return writer ? writer->snapshot().level : 0.0;
 }
 
 double AudioRecorder::elapsedSeconds() const {
+    QUENDRA_CHECK_THREAD(checker);
     return writer ? writer->snapshot().seconds : 0.0;
 }
 
 void AudioRecorder::poll() {
+    QUENDRA_CHECK_THREAD(checker);
     if (!source)
         return;
     if (!permission.granted()) {
@@ -155,8 +162,7 @@ void AudioRecorder::reportUnexpectedStop() {
     if (!source || interruptionReported)
         return;
     interruptionReported = true;
-    if (onUnexpectedStop)
-        onUnexpectedStop();
+    Q_EMIT unexpectedStop();
 }
 
 } // namespace quendra

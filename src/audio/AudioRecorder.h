@@ -3,6 +3,7 @@
 #include "audio/AudioRecorderError.h"
 #include "audio/DictationPCMWriter.h"
 #include "audio/RecordingCapture.h"
+#include "model/MainThreadChecker.h"
 #include "platform/AudioSource.h"
 #include "platform/IdleInhibitor.h"
 #include "platform/MicrophonePermission.h"
@@ -21,8 +22,11 @@ namespace quendra {
 // live level, a speech count, a stall watch and one report when capture dies
 // under it. The recorder never stops itself: its owner reacts to the report.
 //
-// Thread contract: main thread only; every callback arrives there.
+// Thread contract: main thread only; its signal is emitted there. The meters
+// read what the writer last published and never wait for it.
 class AudioRecorder : public QObject {
+    Q_OBJECT
+
 public:
     struct RecordingCaptureHealth {
         double lastElapsed = 0;
@@ -57,10 +61,14 @@ public:
     // Removes the file of the last recording and its progress sidecar.
     void clearFile();
 
-    std::function<void()> onUnexpectedStop;
-
-    bool isRecording() const { return source != nullptr; }
-    std::optional<QString> filePath() const { return fileURL; }
+    bool isRecording() const {
+        QUENDRA_CHECK_THREAD(checker);
+        return source != nullptr;
+    }
+    std::optional<QString> filePath() const {
+        QUENDRA_CHECK_THREAD(checker);
+        return fileURL;
+    }
     // From the writer's latest buffer, 0..1; 0 while idle.
     double level() const;
     double elapsedSeconds() const;
@@ -68,11 +76,17 @@ public:
     // The 0.2 s health and permission check (the timer runs it).
     void poll();
 
+Q_SIGNALS:
+    // Capture died under the recording, stalled, or lost its permission;
+    // once per recording. The recording is still held: its owner stops it.
+    void unexpectedStop();
+
 private:
     void reportUnexpectedStop();
     // Runs `report` on the main thread unless this recording has ended.
     void postReport(quint64 recording);
 
+    MainThreadChecker checker;
     AudioSourceFactory& sources;
     MicrophonePermission& permission;
     IdleInhibitor* idle;

@@ -62,7 +62,9 @@ void DictationPCMWriter::process(const std::vector<float>& samples) {
 
     const double rms = PCMLevel::rms(samples);
     speech.add(PCMLevel::decibels(rms));
-    level = PCMLevel::meter(rms);
+    shownBytes = bytes;
+    shownLevel = PCMLevel::meter(rms);
+    shownSpeech = speech.hasSpeech();
 
     if (bytes - checkpointBytes >= checkpointInterval) {
         if (const auto saved = writer->checkpoint(); !saved) {
@@ -85,13 +87,13 @@ void DictationPCMWriter::fail() {
         onFailure();
 }
 
-DictationPCMWriter::Snapshot DictationPCMWriter::snapshot() {
-    Snapshot result;
-    queue.sync([&] {
-        result = {double(bytes) / double(WaveFileWriter::bytesPerSecond), level,
-                  speech.hasSpeech()};
-    });
-    return result;
+DictationPCMWriter::Snapshot DictationPCMWriter::snapshot() const {
+    return {double(shownBytes.load()) / double(WaveFileWriter::bytesPerSecond), shownLevel.load(),
+            shownSpeech.load()};
+}
+
+void DictationPCMWriter::settle() {
+    queue.sync([] {});
 }
 
 void DictationPCMWriter::stop() {

@@ -7,6 +7,7 @@
 
 #include <QString>
 
+#include <atomic>
 #include <expected>
 #include <functional>
 #include <memory>
@@ -20,7 +21,8 @@ namespace quendra {
 // once a second.
 //
 // Thread contract: append may be called from any thread (it copies and hands
-// the block to the writer's own queue); snapshot and stop wait for that queue.
+// the block to the writer's own queue). snapshot reads what the queue last
+// published and never waits; stop waits for the queue to write what it holds.
 // onFailure runs on the queue, once.
 class DictationPCMWriter {
 public:
@@ -46,7 +48,9 @@ public:
     std::function<void()> onFailure;
 
     void append(std::span<const float> samples);
-    Snapshot snapshot();
+    Snapshot snapshot() const;
+    // Waits until every block handed over so far is written (tests, tools).
+    void settle();
     // Closes the file (final header); later blocks are dropped.
     void stop();
 
@@ -62,9 +66,12 @@ private:
     SpeechActivityTracker speech;
     qint64 bytes = 0;
     qint64 checkpointBytes = 0;
-    double level = 0;
     bool failed = false;
     std::vector<qint16> converted;
+    // Written on the queue after each block, read by the meters.
+    std::atomic<qint64> shownBytes = 0;
+    std::atomic<double> shownLevel = 0;
+    std::atomic<bool> shownSpeech = false;
     // Last, so that it finishes its work before the fields above go away.
     SerialQueue queue;
 };

@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <future>
 
+#include <pthread.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -62,66 +64,137 @@ QString SectionWriter::envelopePath(const QString& directory, int index) {
 SectionWriter::SectionWriter(QString directory, bool hasSystemSource,
                              SectionWriterConfiguration configuration)
     : directory(std::move(directory))
-    , configuration(configuration)
+    , configuration(std::move(configuration))
     , systemSourceActive(hasSystemSource) {
     // The carried stretch must leave room for new audio in every section.
-    tail.resize(
-        std::size_t(std::min(configuration.overlapSamples(), configuration.sectionSamples() / 2)));
+    tail.resize(std::size_t(
+        std::min(this->configuration.overlapSamples(), this->configuration.sectionSamples() / 2)));
+    writerThread = std::thread([this] { work(); });
+    ::pthread_setname_np(writerThread.native_handle(), "note-sections");
 }
 
 SectionWriter::~SectionWriter() {
-    onSectionOpened = nullptr;
-    onSectionClosed = nullptr;
-    onCheckpoint = nullptr;
-    onFailure = nullptr;
-    close();
+    // Whatever was handed over is written before the files close.
+    wait([this] {
+        onSectionOpened = nullptr;
+        onSectionClosed = nullptr;
+        onCheckpoint = nullptr;
+        onFailure = nullptr;
+        closeHere();
+    });
+    {
+        const std::lock_guard guard(jobsLock);
+        quitting = true;
+    }
+    jobsReady.notify_one();
+    writerThread.join();
+}
+
+void SectionWriter::work() {
+    for (;;) {
+        Job job;
+        {
+            std::unique_lock guard(jobsLock);
+            jobsReady.wait(guard, [this] { return quitting || !jobs.empty(); });
+            if (jobs.empty())
+                return;
+            job = std::move(jobs.front());
+            jobs.pop_front();
+        }
+        job();
+        publish();
+    }
+}
+
+void SectionWriter::post(Job job) {
+    {
+        const std::lock_guard guard(jobsLock);
+        jobs.push_back(std::move(job));
+    }
+    jobsReady.notify_one();
+}
+
+void SectionWriter::wait(Job job) {
+    if (std::this_thread::get_id() == writerThread.get_id()) {
+        job();
+        publish();
+        return;
+    }
+    auto done = std::make_shared<std::promise<void>>();
+    auto ready = done->get_future();
+    post([this, &job, done] {
+        job();
+        publish();
+        done->set_value();
+    });
+    ready.wait();
+}
+
+void SectionWriter::publish() {
+    shownIndex = index;
+    shownWritten = written;
+    shownFailed = didFail;
 }
 
 std::expected<void, QString> SectionWriter::start() {
-    std::lock_guard guard(lock);
-    if (started)
-        return {};
-    if (auto opened = openSection(); !opened) {
-        dropFiles();
-        finished = true;
-        return opened;
-    }
-    started = true;
-    drainLocked(false);
-    return {};
+    Step result;
+    wait([&] {
+        if (started)
+            return;
+        if (auto opened = openSection(); !opened) {
+            dropFiles();
+            finished = true;
+            accepting = false;
+            result = opened;
+            return;
+        }
+        started = true;
+        drainQueued(false);
+    });
+    return result;
 }
 
 void SectionWriter::appendMicrophone(std::span<const float> samples) {
-    std::lock_guard guard(lock);
-    if (finished || didFail)
+    if (!accepting)
         return;
-    microphoneQueue.append(samples);
-    drainLocked(false);
+    post([this, block = std::vector<float>(samples.begin(), samples.end())] {
+        if (finished || didFail)
+            return;
+        microphoneQueue.append(block);
+        drainQueued(false);
+    });
 }
 
 void SectionWriter::appendSystem(std::span<const float> samples) {
-    std::lock_guard guard(lock);
-    if (finished || didFail || !systemSourceActive)
+    if (!accepting)
         return;
-    systemQueue.append(samples);
-    drainLocked(false);
+    post([this, block = std::vector<float>(samples.begin(), samples.end())] {
+        if (finished || didFail || !systemSourceActive)
+            return;
+        systemQueue.append(block);
+        drainQueued(false);
+    });
 }
 
 void SectionWriter::drain(bool flush) {
-    std::lock_guard guard(lock);
-    drainLocked(flush);
+    post([this, flush] { drainQueued(flush); });
 }
 
 void SectionWriter::setSystemSourceActive(bool active) {
-    std::lock_guard guard(lock);
-    if (systemSourceActive && !active) {
-        drainLocked(true);
-        systemQueue.clear();
-    }
-    systemSourceActive = active;
+    post([this, active] {
+        if (systemSourceActive && !active) {
+            drainQueued(true);
+            systemQueue.clear();
+        }
+        systemSourceActive = active;
+    });
 }
 
-void SectionWriter::drainLocked(bool flush) {
+void SectionWriter::settle() {
+    wait([] {});
+}
+
+void SectionWriter::drainQueued(bool flush) {
     if (!started || finished || didFail)
         return;
     if (!systemSourceActive) {
@@ -251,9 +324,9 @@ SectionWriter::Step SectionWriter::checkpoint() {
         return step;
     if (auto step = wave->checkpoint(); !step)
         return step;
-    if (::fdatasync(envelope->handle()) != 0)
+    if (const int error = syncFile(envelope->handle()))
         return std::unexpected(u"Could not save %1: %2"_s.arg(
-            envelope->fileName(), QString::fromLocal8Bit(std::strerror(errno))));
+            envelope->fileName(), QString::fromLocal8Bit(std::strerror(error))));
     durableSamples = written;
     if (onCheckpoint)
         onCheckpoint(index, configuration.milliseconds(written));
@@ -261,7 +334,7 @@ SectionWriter::Step SectionWriter::checkpoint() {
 }
 
 SectionWriter::Step SectionWriter::openSection() {
-    auto created = WaveFileWriter::create(audioPath(directory, index));
+    auto created = WaveFileWriter::create(audioPath(directory, index), configuration.sync);
     if (!created)
         return std::unexpected(created.error());
     wave.emplace(std::move(*created));
@@ -301,11 +374,10 @@ SectionWriter::Step SectionWriter::closeSection() {
     if (auto step = wave->close(); !step)
         return step;
     wave.reset();
-    const bool synced = ::fdatasync(envelope->handle()) == 0;
-    const int error = errno;
+    const int error = syncFile(envelope->handle());
     envelope->close();
     envelope.reset();
-    if (!synced)
+    if (error)
         return std::unexpected(u"Could not save %1: %2"_s.arg(
             envelopePath(directory, index), QString::fromLocal8Bit(std::strerror(error))));
     durableSamples = written;
@@ -314,10 +386,17 @@ SectionWriter::Step SectionWriter::closeSection() {
     return {};
 }
 
+int SectionWriter::syncFile(int fd) const {
+    if (configuration.sync)
+        return configuration.sync(fd);
+    return ::fdatasync(fd) == 0 ? 0 : errno;
+}
+
 void SectionWriter::fail(const QString& detail) {
     if (didFail)
         return;
     didFail = true;
+    accepting = false;
     qCWarning(lcNoteCapture).noquote() << detail;
     // The open section keeps the header of its last checkpoint.
     dropFiles();
@@ -335,9 +414,15 @@ void SectionWriter::dropFiles() {
 }
 
 qint64 SectionWriter::close() {
-    std::lock_guard guard(lock);
+    qint64 result = 0;
+    wait([&] { result = closeHere(); });
+    return result;
+}
+
+qint64 SectionWriter::closeHere() {
+    accepting = false;
     if (!finished) {
-        drainLocked(true);
+        drainQueued(true);
         if (started && !didFail && wave) {
             if (auto step = closeSection(); !step)
                 fail(step.error());
@@ -348,24 +433,11 @@ qint64 SectionWriter::close() {
 }
 
 void SectionWriter::abandon() {
-    std::lock_guard guard(lock);
-    dropFiles();
-    finished = true;
-}
-
-int SectionWriter::sectionIndex() const {
-    std::lock_guard guard(lock);
-    return index;
-}
-
-qint64 SectionWriter::writtenSamples() const {
-    std::lock_guard guard(lock);
-    return written;
-}
-
-bool SectionWriter::failed() const {
-    std::lock_guard guard(lock);
-    return didFail;
+    wait([this] {
+        accepting = false;
+        dropFiles();
+        finished = true;
+    });
 }
 
 void SectionWriter::feed(std::span<const float> microphone, std::span<const float> system,

@@ -7,12 +7,16 @@
 #include <QList>
 #include <QString>
 
+#include <atomic>
+#include <condition_variable>
+#include <deque>
 #include <expected>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <span>
+#include <thread>
 #include <vector>
 
 namespace quendra {
@@ -24,6 +28,8 @@ struct SectionWriterConfiguration {
     int envelopeFrameMs = 50;
     double maximumLagSeconds = 0.3;
     double checkpointSeconds = 1.0;
+    // How the section files are made durable (fdatasync when empty).
+    FileSync sync{};
 
     qint64 sectionSamples() const { return qint64(sectionSeconds) * sampleRate; }
     qint64 overlapSamples() const { return qint64(overlapSeconds) * sampleRate; }
@@ -43,9 +49,13 @@ struct SectionWriterConfiguration {
 // carried samples count toward the section's length, so no file is longer
 // than `sectionSeconds`.
 //
-// Thread contract: append, drain and close may be called from any thread (one
-// per source); one internal lock serialises them. Callbacks run on the calling
-// thread with that lock held and must not call back into the writer.
+// Thread contract: the writer has a thread of its own that mixes, writes and
+// syncs. appendMicrophone and appendSystem may be called from any thread (a
+// sound server's callback): they copy the block and hand it over, taking only
+// the hand-over lock, which is never held across I/O. Everything else is
+// serialised behind the blocks handed over before it; start, close, abandon
+// and settle wait for that, the rest does not. Callbacks run on the writer's
+// thread, in order, and must not call back into the writer.
 class SectionWriter {
 public:
     struct Section {
@@ -81,6 +91,7 @@ public:
     // here is returned, not reported through onFailure.
     std::expected<void, QString> start();
 
+    // Never waits for the disk.
     void appendMicrophone(std::span<const float> samples);
     // Ignored while no system source is active.
     void appendSystem(std::span<const float> samples);
@@ -91,15 +102,19 @@ public:
     // captured so far is lost.
     void setSystemSourceActive(bool active);
 
-    // Flushes the queues, closes the open section and returns the recorded
-    // length in ms (after a failure: up to the last checkpoint). Idempotent.
+    // Writes everything handed over, closes the open section (synced) and
+    // returns the recorded length in ms (after a failure: up to the last
+    // checkpoint). Idempotent.
     qint64 close();
     // Test aid: drops the open files as a crash would (no final header).
     void abandon();
+    // Waits until everything handed over so far is written.
+    void settle();
 
-    int sectionIndex() const;
-    qint64 writtenSamples() const;
-    bool failed() const;
+    // As of the last block written; call settle first for an exact figure.
+    int sectionIndex() const { return shownIndex.load(); }
+    qint64 writtenSamples() const { return shownWritten.load(); }
+    bool failed() const { return shownFailed.load(); }
 
     // Appends two prepared sources alternately in blocks, as live sources would.
     void feed(std::span<const float> microphone, std::span<const float> system,
@@ -127,8 +142,16 @@ private:
     };
 
     using Step = std::expected<void, QString>;
+    using Job = std::function<void()>;
 
-    void drainLocked(bool flush);
+    // Hands `job` to the writer's thread; `wait` returns once it has run.
+    void post(Job job);
+    void wait(Job job);
+    void work();
+    void publish();
+    qint64 closeHere();
+
+    void drainQueued(bool flush);
     void emitSamples(std::span<const float> microphone, std::span<const float> system,
                      qint64 count);
     Step openSection();
@@ -136,10 +159,11 @@ private:
     void finishFrame();
     Step flushPending();
     Step checkpoint();
+    int syncFile(int fd) const;
     void fail(const QString& detail);
     void dropFiles();
 
-    mutable std::mutex lock;
+    // Touched only on the writer's thread.
     QString directory;
     SectionWriterConfiguration configuration;
     bool systemSourceActive;
@@ -171,6 +195,20 @@ private:
     qint64 frameCount = 0;
     double microphoneSquares = 0;
     double systemSquares = 0;
+
+    // Read from any thread.
+    std::atomic<bool> accepting = true;
+    std::atomic<int> shownIndex = 0;
+    std::atomic<qint64> shownWritten = 0;
+    std::atomic<bool> shownFailed = false;
+
+    // The hand-over: held only to push or pop a job.
+    std::mutex jobsLock;
+    std::condition_variable jobsReady;
+    std::deque<Job> jobs;
+    bool quitting = false;
+    // Last, so that it starts after and stops before the fields above.
+    std::thread writerThread;
 };
 
 } // namespace quendra

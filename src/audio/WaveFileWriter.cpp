@@ -64,11 +64,11 @@ QByteArray WaveFileWriter::header(qint64 dataBytes) {
     return bytes;
 }
 
-std::expected<WaveFileWriter, QString> WaveFileWriter::create(const QString& path) {
+std::expected<WaveFileWriter, QString> WaveFileWriter::create(const QString& path, FileSync sync) {
     const int fd = openFile(path, O_WRONLY | O_CREAT | O_TRUNC);
     if (fd < 0)
         return std::unexpected(failure(u"Could not create"_s, path, errno));
-    WaveFileWriter writer(fd, path);
+    WaveFileWriter writer(fd, path, std::move(sync));
     const QByteArray empty = header(0);
     if (const int error = writeAll(fd, empty.constData(), empty.size())) {
         // A file without its header is no recording; a device is left alone.
@@ -121,13 +121,15 @@ std::expected<qint64, QString> WaveFileWriter::repairAt(int directory, const QBy
     return count * 1000 / bytesPerSecond;
 }
 
-WaveFileWriter::WaveFileWriter(int fd, QString path)
+WaveFileWriter::WaveFileWriter(int fd, QString path, FileSync sync)
     : fd(fd)
-    , path(std::move(path)) {}
+    , path(std::move(path))
+    , sync(std::move(sync)) {}
 
 WaveFileWriter::WaveFileWriter(WaveFileWriter&& other) noexcept
     : fd(std::exchange(other.fd, -1))
     , path(std::move(other.path))
+    , sync(std::move(other.sync))
     , bytes(other.bytes) {}
 
 WaveFileWriter& WaveFileWriter::operator=(WaveFileWriter&& other) noexcept {
@@ -135,6 +137,7 @@ WaveFileWriter& WaveFileWriter::operator=(WaveFileWriter&& other) noexcept {
         abandon();
         fd = std::exchange(other.fd, -1);
         path = std::move(other.path);
+        sync = std::move(other.sync);
         bytes = other.bytes;
     }
     return *this;
@@ -168,7 +171,7 @@ std::expected<void, QString> WaveFileWriter::checkpoint() {
     const QByteArray current = header(bytes);
     int error = writeAll(fd, current.constData(), current.size(), 0);
     if (!error)
-        error = syncFile(fd);
+        error = sync ? sync(fd) : syncFile(fd);
     if (error)
         return std::unexpected(failure(u"Could not save"_s, path, error));
     return {};

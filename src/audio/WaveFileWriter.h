@@ -4,9 +4,14 @@
 #include <QString>
 
 #include <expected>
+#include <functional>
 #include <span>
 
 namespace quendra {
+
+// Makes a file's written data durable: 0, or the errno. Empty means
+// fdatasync; tests put a slow or failing disk here.
+using FileSync = std::function<int(int fd)>;
 
 // 16 kHz mono signed 16-bit PCM WAV with a 44-byte header. The header's size
 // fields are rewritten at each checkpoint, so after a crash the file is valid
@@ -18,7 +23,7 @@ public:
     static constexpr int bytesPerSecond = 32000;
 
     // Creates (or truncates) the file and writes a header for zero samples.
-    static std::expected<WaveFileWriter, QString> create(const QString& path);
+    static std::expected<WaveFileWriter, QString> create(const QString& path, FileSync sync = {});
     // The 44-byte header for that many bytes of samples.
     static QByteArray header(qint64 dataBytes);
     // Makes the header match the whole samples on disk (an odd trailing byte is
@@ -45,10 +50,11 @@ public:
     qint64 dataBytes() const { return bytes; }
 
 private:
-    explicit WaveFileWriter(int fd, QString path);
+    WaveFileWriter(int fd, QString path, FileSync sync);
 
     int fd = -1;
     QString path;
+    FileSync sync;
     qint64 bytes = 0;
 };
 

@@ -64,7 +64,7 @@ int recordNote(Invocation& in) {
     RecordingLoop loop;
     std::optional<QString> failure;
     qint64 recordedMs = 0;
-    recorder.onEvent = [&](const NoteRecorder::Event& event) {
+    const auto onEvent = [&](const NoteRecorder::Event& event) {
         // A note whose record stops following its audio is not recorded on.
         if (auto stored = store(notes, note.id, event); !stored && !failure) {
             failure = stored.error().message;
@@ -81,6 +81,7 @@ int recordNote(Invocation& in) {
                 loop.finish();
         }
     };
+    QObject::connect(&recorder, &NoteRecorder::reported, &recorder, onEvent);
 
     const auto started = recorder.start({note.id, notes.noteDirectory(note.id), note.source,
                                          SectionWriterConfiguration{}, notes.freeBytes()});

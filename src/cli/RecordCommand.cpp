@@ -50,10 +50,10 @@ int runRecordCommand(AppContext& app, const QStringList& arguments, QTextStream&
 
     RecordingLoop loop;
     bool unexpected = false;
-    recorder.onUnexpectedStop = [&] {
+    QObject::connect(&recorder, &AudioRecorder::unexpectedStop, &recorder, [&] {
         unexpected = true;
         loop.finish();
-    };
+    });
     loop.tick = [&] {
         if (*limit > 0 && recorder.elapsedSeconds() >= *limit)
             loop.finish();

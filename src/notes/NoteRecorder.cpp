@@ -32,12 +32,14 @@ NoteRecorder::NoteRecorder(AudioSourceFactory& sources, int levelIntervalMs)
 }
 
 NoteRecorder::~NoteRecorder() {
-    onEvent = nullptr;
+    // Nobody listens to a recorder that is going away.
+    blockSignals(true);
     stop();
 }
 
 std::expected<NoteRecorder::Started, NoteRecorder::StartFailure>
 NoteRecorder::start(const StartRequest& request) {
+    QUENDRA_CHECK_THREAD(checker);
     if (isRecording())
         stop();
     if (request.freeBytes)
@@ -115,6 +117,7 @@ NoteRecorder::start(const StartRequest& request) {
 }
 
 qint64 NoteRecorder::stop() {
+    QUENDRA_CHECK_THREAD(checker);
     if (!writer)
         return 0;
     stopping = true;
@@ -146,8 +149,7 @@ void NoteRecorder::post(Event event) {
 }
 
 void NoteRecorder::deliver(const Event& event) {
-    if (onEvent)
-        onEvent(event);
+    Q_EMIT reported(event);
 }
 
 } // namespace quendra

@@ -2,6 +2,7 @@
 
 #include "audio/NoteCaptureError.h"
 #include "audio/SectionWriter.h"
+#include "model/MainThreadChecker.h"
 #include "model/Note.h"
 #include "platform/AudioSource.h"
 
@@ -22,8 +23,12 @@ namespace quendra {
 // into overlapping sections by one SectionWriter. The recorder does not touch
 // the note: its owner stores what the events report.
 //
-// Thread contract: main thread only; events are delivered there, in order.
+// Thread contract: main thread only; events are emitted there, in order. The
+// sound server's callbacks only measure a level and hand their block to the
+// writer's own thread; the writer's reports are posted back here.
 class NoteRecorder : public QObject {
+    Q_OBJECT
+
 public:
     struct SectionOpened {
         int index = 0;
@@ -78,22 +83,30 @@ public:
     explicit NoteRecorder(AudioSourceFactory& sources, int levelIntervalMs = 100);
     ~NoteRecorder() override;
 
-    std::function<void(const Event&)> onEvent;
-
     std::expected<Started, StartFailure> start(const StartRequest& request);
     // Stops both sources, writes what they left queued, closes the last section
     // and returns the recorded length in ms. Every event of the recording has
     // been delivered when it returns. 0 when nothing was recording.
     qint64 stop();
 
-    bool isRecording() const { return writer != nullptr; }
-    QUuid noteID() const { return currentNote; }
+    bool isRecording() const {
+        QUENDRA_CHECK_THREAD(checker);
+        return writer != nullptr;
+    }
+    QUuid noteID() const {
+        QUENDRA_CHECK_THREAD(checker);
+        return currentNote;
+    }
+
+Q_SIGNALS:
+    void reported(const quendra::NoteRecorder::Event& event);
 
 private:
     void post(Event event);
     void deliver(const Event& event);
     void reportFailure(const QString& message);
 
+    MainThreadChecker checker;
     AudioSourceFactory& sources;
     QTimer levelTimer;
     QUuid currentNote;

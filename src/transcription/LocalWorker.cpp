@@ -11,10 +11,12 @@
 #include <QLoggingCategory>
 #include <QMutex>
 #include <QProcess>
+#include <QPromise>
 #include <QSet>
 #include <QUuid>
 
-#include <csignal>
+#include <atomic>
+#include <functional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -24,7 +26,13 @@ Q_LOGGING_CATEGORY(workerLog, QUENDRA_APPLICATION_ID ".local-model")
 
 using Result = std::expected<QString, WorkerFailure>;
 
-// Touched only on the queue, but for what the mutex guards.
+namespace {
+// How often the queue's wait for an answer looks whether it is still wanted.
+constexpr int answerPollMs = 50;
+} // namespace
+
+// Touched only on the queue, but for what the mutex guards. Only the queue
+// signals the process, so a pid is never reused under it.
 struct LocalWorker::State {
     SerialQueue* queue = nullptr;
     WorkerCommand command;
@@ -33,38 +41,29 @@ struct LocalWorker::State {
     quint64 generation = 0; // a scheduled idle stop runs only if nothing came since
     quint64 lastTicket = 0; // main thread: one number per request
 
-    // Cancellation comes from the main thread while the queue may be waiting
-    // for the worker's answer.
-    QMutex mutex;
+    // Written by the main thread while the queue may be waiting for an answer.
+    mutable QMutex mutex;
     QSet<quint64> abandoned;
-    quint64 answering = 0; // the request the worker is answering now
+    bool retired = false; // the LocalWorker is gone
     qint64 workerPid = 0;
 
     void abandon(quint64 ticket) {
         const QMutexLocker lock(&mutex);
         abandoned.insert(ticket);
-        // Ending the process wakes the queue from its wait for the answer.
-        if (answering == ticket && workerPid > 0)
-            ::kill(pid_t(workerPid), SIGKILL);
     }
 
-    bool isAbandoned(quint64 ticket) {
+    void retire() {
         const QMutexLocker lock(&mutex);
-        return abandoned.contains(ticket);
+        retired = true;
     }
 
-    // False when the request was abandoned first.
-    bool beginAnswer(quint64 ticket) {
+    bool unwanted(quint64 ticket) const {
         const QMutexLocker lock(&mutex);
-        if (abandoned.contains(ticket))
-            return false;
-        answering = ticket;
-        return true;
+        return retired || abandoned.contains(ticket);
     }
 
     void endRequest(quint64 ticket) {
         const QMutexLocker lock(&mutex);
-        answering = 0;
         abandoned.remove(ticket);
     }
 
@@ -73,14 +72,24 @@ struct LocalWorker::State {
         workerPid = pid;
     }
 
-    void stop() {
+    bool running() const {
+        const QMutexLocker lock(&mutex);
+        return workerPid != 0;
+    }
+
+    // Politely: its input is closed and it may finish what it was doing.
+    // Otherwise, or when that takes too long: terminate, then kill after the grace.
+    void end(bool politely) {
         if (!process)
             return;
         setWorkerPid(0);
         process->closeWriteChannel();
-        if (!process->waitForFinished(2000)) {
-            process->kill();
-            process->waitForFinished(2000);
+        if (!politely || !process->waitForFinished(2000)) {
+            process->terminate();
+            if (!process->waitForFinished(int(endGrace.count()))) {
+                process->kill();
+                process->waitForFinished(5000);
+            }
         }
         process.reset();
     }
@@ -91,13 +100,14 @@ struct LocalWorker::State {
             return;
         setWorkerPid(0);
         process->kill();
-        process->waitForFinished(2000);
+        process->waitForFinished(5000);
         process.reset();
     }
 
     bool ensureStarted() {
         if (process && process->state() == QProcess::Running)
             return true;
+        setWorkerPid(0);
         process.reset();
         auto started = std::make_unique<QProcess>();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -117,21 +127,27 @@ struct LocalWorker::State {
         return true;
     }
 
-    // Reads one line; none when the worker ended first or the line is too long.
-    std::expected<QByteArray, WorkerFailure> readLine() {
+    // Reads one line; none when the worker ended first, the line is too long
+    // or nobody wants the answer any more.
+    std::expected<QByteArray, WorkerFailure> readLine(quint64 ticket) {
         QByteArray buffer;
         for (;;) {
             buffer += process->readAllStandardOutput();
-            const qsizetype end = buffer.indexOf('\n');
-            if (end > longestReplyBytes || (end < 0 && buffer.size() > longestReplyBytes)) {
+            const qsizetype newline = buffer.indexOf('\n');
+            if (newline > longestReplyBytes || (newline < 0 && buffer.size() > longestReplyBytes)) {
                 discard();
                 return std::unexpected(WorkerFailure::couldNotFinish);
             }
-            if (end >= 0) {
+            if (newline >= 0) {
                 // Anything after the reply belongs to no request of ours.
-                return buffer.left(end);
+                return buffer.left(newline);
             }
-            if (!process->waitForReadyRead(-1) && process->bytesAvailable() == 0) {
+            if (unwanted(ticket)) {
+                end(false);
+                return std::unexpected(WorkerFailure::stopped);
+            }
+            if (!process->waitForReadyRead(answerPollMs) &&
+                process->state() == QProcess::NotRunning && process->bytesAvailable() == 0) {
                 discard();
                 return std::unexpected(WorkerFailure::stopped);
             }
@@ -139,7 +155,7 @@ struct LocalWorker::State {
     }
 
     Result converse(const QString& audioPath, const QString& language, quint64 ticket) {
-        if (!ensureStarted() || !beginAnswer(ticket))
+        if (unwanted(ticket) || !ensureStarted())
             return std::unexpected(WorkerFailure::stopped);
         const QString id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
         const QByteArray request =
@@ -148,7 +164,7 @@ struct LocalWorker::State {
             discard();
             return std::unexpected(WorkerFailure::stopped);
         }
-        const auto line = readLine();
+        const auto line = readLine(ticket);
         if (!line)
             return std::unexpected(line.error());
         const auto reply = parseJson(*line);
@@ -169,7 +185,8 @@ struct LocalWorker::State {
 namespace {
 
 // The worker reads 16 kHz mono 16-bit WAV whatever the recording was.
-std::expected<QString, WorkerFailure> convert(const QString& path) {
+std::expected<QString, WorkerFailure> convert(const QString& path,
+                                              const std::function<bool()>& unwanted) {
     const QString converted =
         QDir(QDir::tempPath())
             .filePath(u"quendra-local-"_s + QUuid::createUuid().toString(QUuid::WithoutBraces) +
@@ -181,7 +198,13 @@ std::expected<QString, WorkerFailure> convert(const QString& path) {
     }
     bool tooLarge = false;
     bool unwritten = false;
+    bool stopped = false;
     const auto decoded = AudioDecoder::decode(path, [&](std::span<const qint16> block) {
+        // A long recording is not converted for a request nobody waits for.
+        if (unwanted()) {
+            stopped = true;
+            return false;
+        }
         if (writer->dataBytes() + qint64(block.size_bytes()) > LocalWorker::largestConvertedBytes) {
             tooLarge = true;
             return false;
@@ -192,7 +215,8 @@ std::expected<QString, WorkerFailure> convert(const QString& path) {
     unwritten = unwritten || !writer->close();
     if (!decoded || unwritten) {
         QFile::remove(converted);
-        return std::unexpected(tooLarge    ? WorkerFailure::recordingTooLarge
+        return std::unexpected(stopped     ? WorkerFailure::stopped
+                               : tooLarge  ? WorkerFailure::recordingTooLarge
                                : unwritten ? WorkerFailure::cannotWriteCopy
                                            : WorkerFailure::unsupportedRecording);
     }
@@ -203,9 +227,9 @@ Result runOnQueue(const std::shared_ptr<LocalWorker::State>& state, const QStrin
                   const QString& language, quint64 ticket) {
     const quint64 generation = ++state->generation;
     Result result = [&]() -> Result {
-        if (state->isAbandoned(ticket))
+        if (state->unwanted(ticket))
             return std::unexpected(WorkerFailure::stopped);
-        const auto converted = convert(path);
+        const auto converted = convert(path, [&] { return state->unwanted(ticket); });
         if (!converted)
             return std::unexpected(converted.error());
         Result reply = state->converse(*converted, language, ticket);
@@ -216,7 +240,7 @@ Result runOnQueue(const std::shared_ptr<LocalWorker::State>& state, const QStrin
     state->queue->asyncAfter(state->idleStop, [weak = std::weak_ptr(state), generation] {
         const auto alive = weak.lock();
         if (alive && alive->generation == generation)
-            alive->stop();
+            alive->end(true);
     });
     return result;
 }
@@ -233,17 +257,46 @@ LocalWorker::LocalWorker(SerialQueue& queue, WorkerCommand command,
 }
 
 LocalWorker::~LocalWorker() {
-    queue.sync([state = state] { state->stop(); });
+    QUENDRA_CHECK_THREAD(checker);
+    // The queue may be waiting for this worker's answer: it sees the worker
+    // retired at its next look and ends the process itself.
+    state->retire();
+    queue.async([state = state] { state->end(false); });
 }
+
+namespace {
+
+// Settled by whichever comes first: the queue's answer or the cancellation.
+struct PendingReply {
+    QPromise<Result> promise;
+    std::atomic<bool> settled = false;
+
+    void settle(Result result) {
+        if (settled.exchange(true))
+            return;
+        promise.addResult(std::move(result));
+        promise.finish();
+    }
+};
+
+} // namespace
 
 QCoro::Task<std::expected<QString, WorkerFailure>>
 LocalWorker::transcribe(QString path, QString language, Cancellation cancel) {
+    QUENDRA_CHECK_THREAD(checker);
     const quint64 ticket = ++state->lastTicket;
-    QFuture<Result> future = queue.submit([state = state, path, language, ticket] {
-        return runOnQueue(state, path, language, ticket);
+    auto reply = std::make_shared<PendingReply>();
+    reply->promise.start();
+    QFuture<Result> future = reply->promise.future();
+    queue.async([state = state, path, language, ticket, reply] {
+        reply->settle(runOnQueue(state, path, language, ticket));
     });
-    const int hook =
-        cancel ? cancel->onCancel([state = state, ticket] { state->abandon(ticket); }) : -1;
+    const int hook = cancel ? cancel->onCancel([state = state, ticket, reply] {
+        state->abandon(ticket);
+        reply->settle(std::unexpected(WorkerFailure::stopped));
+    })
+                            : -1;
+    // Nothing of `this` is touched after the wait: the worker may be gone.
     Result result = co_await future;
     if (cancel)
         cancel->forget(hook);
@@ -251,13 +304,13 @@ LocalWorker::transcribe(QString path, QString language, Cancellation cancel) {
 }
 
 void LocalWorker::stopWorker() {
-    queue.async([state = state] { state->stop(); });
+    QUENDRA_CHECK_THREAD(checker);
+    queue.async([state = state] { state->end(true); });
 }
 
-bool LocalWorker::workerRunning() {
-    bool running = false;
-    queue.sync([&] { running = state->process && state->process->state() == QProcess::Running; });
-    return running;
+bool LocalWorker::workerRunning() const {
+    QUENDRA_CHECK_THREAD(checker);
+    return state->running();
 }
 
 } // namespace quendra

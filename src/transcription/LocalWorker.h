@@ -1,7 +1,8 @@
 #pragma once
 
-#include "hosted/CancellationFlag.h"
 #include "audio/SerialQueue.h"
+#include "hosted/CancellationFlag.h"
+#include "model/MainThreadChecker.h"
 
 #include <QCoro/QCoroTask>
 #include <QMap>
@@ -34,16 +35,22 @@ enum class WorkerFailure {
 // line in ({"id", "audioPath", "language"}), one JSON line out ({"id",
 // "transcript"} or {"id", "error"}). Started on first use, stopped after a
 // while without work; all of it happens on one serial queue, so the worker
-// never sees two requests at once. Create and destroy on the main thread.
-// A cancelled request is dropped if it has not started, and ends the worker
-// if the worker is answering it, so that nothing runs on for a request
-// nobody waits for.
+// never sees two requests at once.
+//
+// Thread contract: the public methods are for the main thread, and none of
+// them waits for the queue, which may itself be waiting for the worker. A
+// cancelled request returns at once; on the queue it is dropped if it has not
+// started, stops its conversion, or ends the worker answering it (terminate,
+// then kill after endGrace), and the next request starts a new worker.
+// Destroying the LocalWorker ends its worker the same way, from the queue.
 class LocalWorker {
 public:
     static constexpr qint64 longestReplyBytes = 499'999;
     // Below 38,432,001 bytes: 20 minutes and 1 second of 16 kHz samples.
     static constexpr qint64 largestConvertedBytes = 38'432'000;
     static constexpr std::chrono::milliseconds defaultIdleStop{120'000};
+    // How long an ended worker may take to go before it is killed.
+    static constexpr std::chrono::milliseconds endGrace{500};
 
     LocalWorker(SerialQueue& queue, WorkerCommand command,
                 std::chrono::milliseconds idleStop = defaultIdleStop);
@@ -55,12 +62,13 @@ public:
                                                                   Cancellation cancel = {});
     // Closes the worker's input and ends it; the next request starts a new one.
     void stopWorker();
-    // Whether a worker process is running now (waits for the queue).
-    bool workerRunning();
+    // Whether a worker process is running now, as the queue last saw it.
+    bool workerRunning() const;
 
     struct State;
 
 private:
+    MainThreadChecker checker;
     SerialQueue& queue;
     std::shared_ptr<State> state;
 };

@@ -94,7 +94,7 @@ TEST_F(AudioLiveTest, DictationRecordsTheSpeechThatWasPlayed) {
     ASSERT_TRUE(permission->granted());
     AudioRecorder recorder(*sources, *permission, idle.get());
     int reports = 0;
-    recorder.onUnexpectedStop = [&] { ++reports; };
+    QObject::connect(&recorder, &AudioRecorder::unexpectedStop, &recorder, [&] { ++reports; });
     const QString path = dir.filePath(u"dictation.wav"_s);
     ASSERT_TRUE(recorder.start(path).has_value());
     wait(300);
@@ -116,11 +116,12 @@ TEST_F(AudioLiveTest, CallRecordsBothSourcesWithTheComputerAudioApart) {
     NoteRecorder recorder(*sources);
     std::vector<NoteRecorder::RecordedSection> closed;
     int failures = 0;
-    recorder.onEvent = [&](const NoteRecorder::Event& event) {
-        if (const auto* section = std::get_if<NoteRecorder::RecordedSection>(&event))
-            closed.push_back(*section);
-        failures += std::holds_alternative<NoteRecorder::Failure>(event) ? 1 : 0;
-    };
+    QObject::connect(
+        &recorder, &NoteRecorder::reported, &recorder, [&](const NoteRecorder::Event& event) {
+            if (const auto* section = std::get_if<NoteRecorder::RecordedSection>(&event))
+                closed.push_back(*section);
+            failures += std::holds_alternative<NoteRecorder::Failure>(event) ? 1 : 0;
+        });
     const auto started = recorder.start({QUuid::createUuid(), dir.path(), NoteSource::call});
     ASSERT_TRUE(started.has_value());
     ASSERT_TRUE(started->systemSourceActive);
@@ -161,16 +162,16 @@ TEST_F(AudioLiveTest, CallRecordsBothSourcesWithTheComputerAudioApart) {
 TEST_F(AudioLiveTest, UnpluggedMicrophoneIsReportedOnceAndLeavesValidFiles) {
     AudioRecorder dictation(*sources, *permission, idle.get());
     int reports = 0;
-    dictation.onUnexpectedStop = [&] { ++reports; };
+    QObject::connect(&dictation, &AudioRecorder::unexpectedStop, &dictation, [&] { ++reports; });
     const QString path = dir.filePath(u"dictation.wav"_s);
     ASSERT_TRUE(dictation.start(path).has_value());
 
     NoteRecorder note(*sources);
     std::vector<QString> failures;
-    note.onEvent = [&](const NoteRecorder::Event& event) {
+    QObject::connect(&note, &NoteRecorder::reported, &note, [&](const NoteRecorder::Event& event) {
         if (const auto* failure = std::get_if<NoteRecorder::Failure>(&event))
             failures.push_back(failure->message);
-    };
+    });
     QTemporaryDir noteDir;
     ASSERT_TRUE(note.start({QUuid::createUuid(), noteDir.path(), NoteSource::room}).has_value());
 
@@ -202,7 +203,7 @@ TEST_F(AudioLiveTest, LostMicrophoneFollowsTheNewDefaultInput) {
                          u"master_channel_map=mono"_s}));
     AudioRecorder recorder(*sources, *permission, idle.get());
     int reports = 0;
-    recorder.onUnexpectedStop = [&] { ++reports; };
+    QObject::connect(&recorder, &AudioRecorder::unexpectedStop, &recorder, [&] { ++reports; });
     const QString path = dir.filePath(u"dictation.wav"_s);
     ASSERT_TRUE(recorder.start(path).has_value());
     wait(500);
@@ -252,14 +253,14 @@ TEST_F(AudioLiveTest, CallUsesAnEchoCancelledInputOnlyWhereTheSystemOffersOne) {
 TEST_F(AudioLiveTest, KilledServerIsReportedOnceAndLeavesValidFiles) {
     AudioRecorder dictation(*sources, *permission, idle.get());
     int reports = 0;
-    dictation.onUnexpectedStop = [&] { ++reports; };
+    QObject::connect(&dictation, &AudioRecorder::unexpectedStop, &dictation, [&] { ++reports; });
     const QString path = dir.filePath(u"dictation.wav"_s);
     ASSERT_TRUE(dictation.start(path).has_value());
     NoteRecorder note(*sources);
     int failures = 0;
-    note.onEvent = [&](const NoteRecorder::Event& event) {
+    QObject::connect(&note, &NoteRecorder::reported, &note, [&](const NoteRecorder::Event& event) {
         failures += std::holds_alternative<NoteRecorder::Failure>(event) ? 1 : 0;
-    };
+    });
     QTemporaryDir noteDir;
     ASSERT_TRUE(note.start({QUuid::createUuid(), noteDir.path(), NoteSource::call}).has_value());
 

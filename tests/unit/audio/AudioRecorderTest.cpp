@@ -41,10 +41,18 @@ protected:
     int reports = 0;
 
     void SetUp() override {
-        recorder.onUnexpectedStop = [this] { ++reports; };
+        QObject::connect(&recorder, &AudioRecorder::unexpectedStop, &recorder,
+                         [this] { ++reports; });
     }
 
     ScriptedAudioSource& microphone() { return *sources.lastMicrophone; }
+
+    // Plays `count` samples and waits until the writer has taken them in.
+    void deliver(float value, int count) {
+        const double target = recorder.elapsedSeconds() + double(count) / 16000.0;
+        microphone().deliverConstant(value, count);
+        ASSERT_TRUE(processEventsUntil([&] { return recorder.elapsedSeconds() >= target - 1e-9; }));
+    }
 
     // Lets queued reports from other threads arrive.
     static void settle() { QCoreApplication::processEvents(); }
@@ -92,7 +100,7 @@ TEST_F(AudioRecorderTest, RecordsTheMicrophoneWithoutVoiceProcessingAndHoldsOffI
     EXPECT_EQ(idle.alive, 1);
     EXPECT_EQ(idle.reasons, QStringList{u"Recording an explicitly started dictation"_s});
 
-    microphone().deliverConstant(0.2f, 16000 * 3 / 2); // 1.5 s of loud audio
+    deliver(0.2f, 16000 * 3 / 2); // 1.5 s of loud audio
     EXPECT_NEAR(recorder.level(), (20 * std::log10(0.2) + 54) / 48, 1e-6);
     const auto capture = recorder.stop();
     ASSERT_TRUE(capture.has_value());
@@ -108,7 +116,7 @@ TEST_F(AudioRecorderTest, RecordsTheMicrophoneWithoutVoiceProcessingAndHoldsOffI
 
 TEST_F(AudioRecorderTest, SilentRecordingHasNoSpeech) {
     ASSERT_TRUE(recorder.start(path).has_value());
-    microphone().deliverConstant(0.001f, 16000); // -60 dBFS
+    deliver(0.001f, 16000); // -60 dBFS
     const auto capture = recorder.stop();
     ASSERT_TRUE(capture.has_value());
     EXPECT_FALSE(capture->hasSpeech);
@@ -142,17 +150,17 @@ TEST_F(AudioRecorderTest, ClearFileRemovesTheRecordingAndItsProgressSidecar) {
 
 TEST_F(AudioRecorderTest, StallIsReportedOnceAfterThreeSecondsWithoutProgress) {
     ASSERT_TRUE(recorder.start(path).has_value());
-    microphone().deliverConstant(0.1f, 8000); // 0.5 s
+    deliver(0.1f, 8000); // 0.5 s
     now += 0.2;
     recorder.poll(); // progress at t = 100.2
     now += 2.9;
-    microphone().deliverConstant(0.1f, 160); // 0.01 s is not progress
+    deliver(0.1f, 160); // 0.01 s is not progress
     recorder.poll();
     EXPECT_EQ(reports, 0);
     now += 0.1;
     recorder.poll();
     EXPECT_EQ(reports, 1);
-    microphone().deliverConstant(0.1f, 32000);
+    deliver(0.1f, 32000);
     now += 10;
     recorder.poll();
     recorder.poll();
@@ -163,7 +171,7 @@ TEST_F(AudioRecorderTest, StallIsReportedOnceAfterThreeSecondsWithoutProgress) {
 TEST_F(AudioRecorderTest, SteadyAudioIsNeverAStall) {
     ASSERT_TRUE(recorder.start(path).has_value());
     for (int i = 0; i < 50; ++i) {
-        microphone().deliverConstant(0.1f, 3200); // 0.2 s per 0.2 s poll
+        deliver(0.1f, 3200); // 0.2 s per 0.2 s poll
         now += 0.2;
         recorder.poll();
     }
@@ -184,16 +192,13 @@ TEST_F(AudioRecorderTest, SourceAndWriterFailuresMakeOneReportOnTheMainThread) {
     free = 1000; // the first checkpoint fails too
     ASSERT_TRUE(recorder.start(path).has_value());
     std::thread::id reportedOn;
-    recorder.onUnexpectedStop = [&] {
-        ++reports;
-        reportedOn = std::this_thread::get_id();
-    };
+    QObject::connect(&recorder, &AudioRecorder::unexpectedStop, &recorder,
+                     [&] { reportedOn = std::this_thread::get_id(); });
     std::thread audio([&] {
         microphone().deliverConstant(0.1f, 20000);
         microphone().fail(u"server gone"_s);
     });
     audio.join();
-    recorder.elapsedSeconds(); // the writer has processed everything
     ASSERT_TRUE(processEventsUntil([&] { return reports > 0; }));
     settle();
     EXPECT_EQ(reports, 1);
@@ -216,6 +221,18 @@ TEST_F(AudioRecorderTest, LateFailuresOfAFinishedRecordingAreSilent) {
     microphone().fail(u"now"_s);
     settle();
     EXPECT_EQ(reports, 1);
+}
+
+TEST_F(AudioRecorderTest, ItsMethodsStopADebugBuildWhenCalledFromAnotherThread) {
+#ifdef NDEBUG
+    GTEST_SKIP() << "the check is compiled into debug builds only";
+#else
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    ASSERT_TRUE(recorder.start(path).has_value());
+    EXPECT_DEATH(std::thread([&] { (void)recorder.level(); }).join(), "AudioRecorder::level");
+    EXPECT_DEATH(std::thread([&] { (void)recorder.stop(); }).join(), "AudioRecorder::stop");
+    EXPECT_TRUE(recorder.stop().has_value()) << "the owner's own calls pass";
+#endif
 }
 
 } // namespace

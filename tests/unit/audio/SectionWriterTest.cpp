@@ -197,9 +197,11 @@ TEST(SectionWriter, aSourceThatFallsSilentHoldsTheRecordingBackAtMostTheLag) {
     ASSERT_TRUE(writer.start());
     const auto microphone = constant(16000, 0.5f);
     writer.feed(microphone, {}, 320);
+    writer.settle();
     EXPECT_EQ(writer.writtenSamples(), 16000 - 4800);
     // A late system block pairs with the oldest microphone samples still queued.
     writer.appendSystem(constant(320, 0.25f));
+    writer.settle();
     EXPECT_EQ(writer.writtenSamples(), 16000 - 4800 + 320);
     writer.close();
 
@@ -221,6 +223,7 @@ TEST(SectionWriter, aSourceThatFallsSilentHoldsTheRecordingBackAtMostTheLag) {
     SectionWriter systemAhead(other.path(), true);
     ASSERT_TRUE(systemAhead.start());
     systemAhead.feed({}, constant(6000, 0.5f), 500);
+    systemAhead.settle();
     EXPECT_EQ(systemAhead.writtenSamples(), 1200);
     systemAhead.close();
     // 6000 samples: seven whole frames and a partial one.
@@ -234,20 +237,26 @@ TEST(SectionWriter, flushAndSwitchingTheSystemSourceOffEmitEverythingQueued) {
     Events events;
     events.attach(writer);
     writer.appendMicrophone(constant(3000, 0.1f));
+    writer.settle();
     EXPECT_EQ(writer.writtenSamples(), 0) << "nothing is written before start";
     ASSERT_TRUE(writer.start());
     writer.drain(false);
+    writer.settle();
     EXPECT_EQ(writer.writtenSamples(), 0);
     writer.appendSystem(constant(1000, 0.1f));
+    writer.settle();
     EXPECT_EQ(writer.writtenSamples(), 1000);
     writer.drain(true);
+    writer.settle();
     EXPECT_EQ(writer.writtenSamples(), 3000);
 
     writer.appendSystem(constant(700, 0.2f));
     writer.setSystemSourceActive(false);
+    writer.settle();
     EXPECT_EQ(writer.writtenSamples(), 3700);
     writer.appendSystem(constant(500, 0.2f));
     writer.appendMicrophone(constant(100, 0.1f));
+    writer.settle();
     EXPECT_EQ(writer.writtenSamples(), 3800);
     EXPECT_EQ(writer.close(), 3800 * 1000 / rate);
     EXPECT_EQ(writer.close(), 3800 * 1000 / rate);
@@ -294,6 +303,7 @@ TEST(SectionWriter, aWriteFailureIsReportedOnceAndKeepsEarlierSections) {
     events.attach(writer);
     ASSERT_TRUE(writer.start());
     writer.feed(microphone, system, 320);
+    writer.settle();
     EXPECT_EQ(events.failures, QStringList{SectionWriter::writeFailureMessage()});
     EXPECT_EQ(SectionWriter::writeFailureMessage(),
               u"The recording could not be written to disk. The audio captured so far is saved."_s);
@@ -315,6 +325,7 @@ TEST(SectionWriter, aWriteFailureIsReportedOnceAndKeepsEarlierSections) {
     envelopeEvents.attach(envelopeFull);
     ASSERT_TRUE(envelopeFull.start());
     envelopeFull.feed(constant(4000, 0.3f), {}, 320);
+    envelopeFull.settle();
     EXPECT_EQ(envelopeEvents.failures.size(), 1);
     EXPECT_TRUE(envelopeEvents.checkpoints.isEmpty());
     EXPECT_TRUE(envelopeEvents.closed.isEmpty());

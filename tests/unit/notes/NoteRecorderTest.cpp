@@ -48,12 +48,14 @@ protected:
     std::vector<std::thread::id> eventThreads;
 
     void SetUp() override {
-        recorder.onEvent = [this](const Recorder::Event& event) {
-            // Meter updates come on a timer; the tests that want them look for them.
-            if (!std::holds_alternative<Recorder::Levels>(event))
-                events.push_back(event);
-            eventThreads.push_back(std::this_thread::get_id());
-        };
+        QObject::connect(&recorder, &NoteRecorder::reported, &recorder,
+                         [this](const Recorder::Event& event) {
+                             // Meter updates come on a timer; the tests that want them look for
+                             // them.
+                             if (!std::holds_alternative<Recorder::Levels>(event))
+                                 events.push_back(event);
+                             eventThreads.push_back(std::this_thread::get_id());
+                         });
     }
 
     Recorder::StartRequest request(NoteSource source, std::optional<qint64> freeBytes = {}) {
@@ -218,10 +220,11 @@ TEST_F(NoteRecorderTest, LostMicrophoneIsOneFailureWithItsSentence) {
 
 TEST_F(NoteRecorderTest, MetersShowTheLatestLevelOfEachSource) {
     std::vector<Recorder::Levels> levels;
-    recorder.onEvent = [&](const Recorder::Event& event) {
-        if (const auto* l = std::get_if<Recorder::Levels>(&event))
-            levels.push_back(*l);
-    };
+    QObject::connect(&recorder, &NoteRecorder::reported, &recorder,
+                     [&](const Recorder::Event& event) {
+                         if (const auto* l = std::get_if<Recorder::Levels>(&event))
+                             levels.push_back(*l);
+                     });
     ASSERT_TRUE(recorder.start(request(NoteSource::call)).has_value());
     sources.lastMicrophone->deliverConstant(1.0f, 800);
     sources.lastComputerAudio->deliverConstant(0.0f, 800);
@@ -229,6 +232,18 @@ TEST_F(NoteRecorderTest, MetersShowTheLatestLevelOfEachSource) {
     EXPECT_DOUBLE_EQ(levels.back().microphone, 1.0);
     EXPECT_DOUBLE_EQ(levels.back().system, 0.0);
     recorder.stop();
+}
+
+TEST_F(NoteRecorderTest, ItsMethodsStopADebugBuildWhenCalledFromAnotherThread) {
+#ifdef NDEBUG
+    GTEST_SKIP() << "the check is compiled into debug builds only";
+#else
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(std::thread([&] { (void)recorder.isRecording(); }).join(),
+                 "NoteRecorder::isRecording");
+    EXPECT_DEATH(std::thread([&] { (void)recorder.stop(); }).join(), "NoteRecorder::stop");
+    EXPECT_FALSE(recorder.isRecording()) << "the owner's own calls pass";
+#endif
 }
 
 } // namespace

@@ -1,18 +1,22 @@
 #include "transcription/LocalWorker.h"
-#include "support/hosted/HostedTestSupport.h"
 #include "audio/AacEncoder.h"
+#include "support/hosted/HostedTestSupport.h"
 #include "transcription/LocalQwen.h"
 
 #include "support/CrampedFolder.h"
 #include "support/PrivateTemporaryFolder.h"
 #include "support/TestSupport.h"
 
+#include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QThread>
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <csignal>
+#include <thread>
 #include <vector>
 
 using namespace quendra;
@@ -43,6 +47,12 @@ protected:
         return QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
     }
     qsizetype starts() const { return logLines().filter(QRegularExpression(u"^start"_s)).size(); }
+    // The process id of the latest worker started.
+    qint64 latestWorker() const {
+        const QStringList started = logLines().filter(QRegularExpression(u"^start"_s));
+        return started.isEmpty() ? 0 : started.last().section(u' ', 1).toLongLong();
+    }
+    qsizetype count(const QString& line) const { return logLines().count(line); }
 
     // One second of 16 kHz mono audio per `seconds`.
     QString wave(qint64 dataBytes) {
@@ -233,6 +243,75 @@ TEST_F(LocalWorkerTest, EnginesSayWhenTheyCannotRun) {
     request.context.language = DictationLanguage::german;
     EXPECT_FALSE(run(engine.transcribe(request)));
     EXPECT_EQ(starts(), 0);
+}
+
+bool processGone(qint64 pid) {
+    return ::kill(pid_t(pid), 0) != 0 && errno == ESRCH;
+}
+
+TEST_F(LocalWorkerTest, CancellingALongOfflineTranscriptionEndsItsWorkerWithinASecond) {
+    LocalWorker worker(queue, standIn(u"long"_s));
+    LocalEngine engine(worker, OfflineSpeech::sentences(), OfflineSpeech::availability());
+    // Five minutes of audio, which the worker takes ten minutes over.
+    EngineRequest request{AudioPart{wave(5 * 60 * 32'000), 0, 300'000}, {}, {}};
+    request.context.language = DictationLanguage::english;
+
+    for (int attempt = 1; attempt <= 2; ++attempt) {
+        SCOPED_TRACE(attempt);
+        request.cancel = std::make_shared<CancellationFlag>();
+        auto transcription = engine.transcribe(request);
+        ASSERT_TRUE(processEventsUntil([&] { return count(u"working"_s) == attempt; }, 30'000));
+        const qint64 pid = latestWorker();
+        ASSERT_GT(pid, 0);
+        QElapsedTimer clock;
+        clock.start();
+        request.cancel->cancel();
+        const auto result = run(std::move(transcription));
+        EXPECT_LT(clock.elapsed(), 1000);
+        ASSERT_FALSE(result);
+        EXPECT_EQ(result.error().kind, TranscriptionServiceError::Kind::cancelled);
+        EXPECT_TRUE(processEventsUntil([&] { return processGone(pid); },
+                                       int(std::max<qint64>(0, 1000 - clock.elapsed()))))
+            << "the worker still runs a second after the cancel";
+        EXPECT_FALSE(worker.workerRunning());
+        // The next request starts a new worker.
+        EXPECT_EQ(starts(), attempt);
+    }
+    EXPECT_TRUE(processEventsUntil([] {
+        return QDir(QDir::tempPath()).entryList({u"quendra-local-*"_s}, QDir::Files).isEmpty();
+    }));
+}
+
+TEST_F(LocalWorkerTest, DestroyingAWorkerWhoseProcessHangsReturnsAtOnceAndEndsIt) {
+    auto worker = std::make_unique<LocalWorker>(queue, standIn(u"stubborn"_s));
+    auto transcription = worker->transcribe(wave(32'000), u"en"_s);
+    ASSERT_TRUE(processEventsUntil([&] { return logLines().contains(u"working"_s); }, 30'000));
+    const qint64 pid = latestWorker();
+    ASSERT_GT(pid, 0);
+
+    QElapsedTimer clock;
+    clock.start();
+    worker.reset();
+    EXPECT_LT(clock.elapsed(), 500) << "the destructor waited for the worker";
+
+    // Deaf to SIGTERM, so it is killed after the grace; the request it was
+    // answering fails and the shared queue is free again.
+    EXPECT_EQ(run(std::move(transcription)).error(), WorkerFailure::stopped);
+    EXPECT_TRUE(processEventsUntil([&] { return processGone(pid); }, 10'000));
+    LocalWorker next(queue, standIn());
+    EXPECT_EQ(ask(next, wave(32'000)), u"heard 16000 samples"_s);
+}
+
+TEST_F(LocalWorkerTest, MainThreadMethodsStopADebugBuildWhenCalledFromAnotherThread) {
+#ifdef NDEBUG
+    GTEST_SKIP() << "the check is compiled into debug builds only";
+#else
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    LocalWorker worker(queue, standIn());
+    EXPECT_DEATH(std::thread([&] { (void)worker.workerRunning(); }).join(),
+                 "called on a thread other than the one that owns it");
+    EXPECT_FALSE(worker.workerRunning()) << "the owner's own calls pass";
+#endif
 }
 
 } // namespace

@@ -81,7 +81,9 @@ int recordNote(Invocation& in) {
                 loop.finish();
         }
     };
-    QObject::connect(&recorder, &NoteRecorder::reported, &recorder, onEvent);
+    // The recorder is the owner's and outlives this command; the connection does not.
+    QObject scope;
+    QObject::connect(&recorder, &NoteRecorder::reported, &scope, onEvent);
 
     const auto started = recorder.start({note.id, notes.noteDirectory(note.id), note.source,
                                          SectionWriterConfiguration{}, notes.freeBytes()});

@@ -50,7 +50,9 @@ int runRecordCommand(AppContext& app, const QStringList& arguments, QTextStream&
 
     RecordingLoop loop;
     bool unexpected = false;
-    QObject::connect(&recorder, &AudioRecorder::unexpectedStop, &recorder, [&] {
+    // The recorder is the owner's and outlives this command; the connection does not.
+    QObject scope;
+    QObject::connect(&recorder, &AudioRecorder::unexpectedStop, &scope, [&] {
         unexpected = true;
         loop.finish();
     });

@@ -8,8 +8,14 @@
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
+#include <openssl/evp.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <chrono>
 #include <memory>
+#include <vector>
 
 using namespace quendra;
 using namespace Qt::Literals::StringLiterals;
@@ -47,8 +53,7 @@ void BM_CutAndHashHour(benchmark::State& state) {
             state.SkipWithError("could not cut the recording");
             return;
         }
-        for (const AudioPart& part : prepared->parts)
-            benchmark::DoNotOptimize(PartCache::digest(part.path));
+        benchmark::DoNotOptimize(PartCache::digests(prepared->parts));
         AudioChunks::removeTemporaryFiles(*prepared);
     }
     state.SetBytesProcessed(state.iterations() * AudioChunks::largestWaveBytes);
@@ -94,5 +99,74 @@ void BM_Sha256sumHour(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * AudioChunks::largestWaveBytes);
 }
 BENCHMARK(BM_Sha256sumHour)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// The floor: OpenSSL's SHA-256 over the same file, read in large blocks, no
+// cutting and no process start.
+bool openSslHash(const QString& path) {
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return false;
+    EVP_MD_CTX* context = EVP_MD_CTX_new();
+    EVP_DigestInit_ex(context, EVP_sha256(), nullptr);
+    std::vector<char> block(1 << 20);
+    ssize_t got = 0;
+    while ((got = ::read(fd, block.data(), block.size())) > 0)
+        EVP_DigestUpdate(context, block.data(), size_t(got));
+    unsigned char hash[EVP_MAX_MD_SIZE];
+    unsigned int hashBytes = 0;
+    EVP_DigestFinal_ex(context, hash, &hashBytes);
+    benchmark::DoNotOptimize(hash);
+    EVP_MD_CTX_free(context);
+    ::close(fd);
+    return got == 0;
+}
+
+void BM_OpenSslHashHour(benchmark::State& state) {
+    const QString path = hourRecording();
+    for (auto _ : state)
+        if (!openSslHash(path)) {
+            state.SkipWithError("the recording could not be read");
+            return;
+        }
+    state.SetBytesProcessed(state.iterations() * AudioChunks::largestWaveBytes);
+}
+BENCHMARK(BM_OpenSslHashHour)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// Both in one run, turn about, so that a machine that slows down slows both:
+// "ratio" is our cutting and hashing over OpenSSL hashing the whole file.
+// The goal is a ratio of 2 or less.
+void BM_CutAndHashHourAgainstOpenSsl(benchmark::State& state) {
+    using Clock = std::chrono::steady_clock;
+    const QString path = hourRecording();
+    Clock::duration ours{};
+    Clock::duration openSsl{};
+    for (auto _ : state) {
+        const auto start = Clock::now();
+        auto prepared = AudioChunks::prepareWave(path);
+        if (!prepared) {
+            state.SkipWithError("could not cut the recording");
+            return;
+        }
+        benchmark::DoNotOptimize(PartCache::digests(prepared->parts));
+        const auto cutAndHashed = Clock::now();
+        state.PauseTiming();
+        AudioChunks::removeTemporaryFiles(*prepared);
+        state.ResumeTiming();
+        const auto hashStart = Clock::now();
+        if (!openSslHash(path)) {
+            state.SkipWithError("the recording could not be read");
+            return;
+        }
+        openSsl += Clock::now() - hashStart;
+        ours += cutAndHashed - start;
+    }
+    const auto milliseconds = [&state](Clock::duration d) {
+        return std::chrono::duration<double, std::milli>(d).count() / double(state.iterations());
+    };
+    state.counters["ours_ms"] = milliseconds(ours);
+    state.counters["openssl_ms"] = milliseconds(openSsl);
+    state.counters["ratio"] = milliseconds(ours) / milliseconds(openSsl);
+}
+BENCHMARK(BM_CutAndHashHourAgainstOpenSsl)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace

@@ -544,26 +544,6 @@ function composeReplyText(text) {
 }
 
 // ---------------------------------------------------------------------------
-// Where the text goes.
-
-var SURFACES = [
-    ["ai", /(?:^|[.\/:\-_])(chatgpt|openai|claude|anthropic|gemini|bard|perplexity|copilot|mistral|deepseek|poe|grok|cursor)(?:$|[.\/:\-_])/i],
-    ["slack", /(?:^|[.\/:\-_])(slack|slackmacgap)(?:$|[.\/:\-_])/i],
-    ["email", /(?:^|[.\/:\-_])(mail|thunderbird|evolution|geary|kmail|mailspring|outlook|gmail|protonmail|proton|fastmail|hey|betterbird|claws-mail|sylpheed|superhuman|spark)(?:$|[.\/:\-_])/i],
-    ["messaging", /(?:^|[.\/:\-_])(messages|imessage|signal|telegram|telegramdesktop|whatsapp|discord|element|riot|fractal|teams|skype|messenger|wire|threema|viber|zulip|mattermost|rocketchat|rocket|irc|hexchat|pidgin|dino|gajim|nheko|chat)(?:$|[.\/:\-_])/i],
-];
-
-function detectWritingSurface(appBundleID) {
-    var id = asText(appBundleID).trim();
-    if (id === "")
-        return "generic";
-    for (var i = 0; i < SURFACES.length; ++i)
-        if (SURFACES[i][1].test(id))
-            return SURFACES[i][0];
-    return "generic";
-}
-
-// ---------------------------------------------------------------------------
 // Whether a transcript is speech at all.
 
 // What recognisers write on silence or noise, learnt from their subtitle

@@ -60,7 +60,8 @@ function buildCleanupMessages(rawTranscript, options) {
     options = asOptions(options);
     var mode = modeOf(options);
     var language = languageOf(options);
-    var surface = options.surface ? asText(options.surface) : detectWritingSurface(options.appBundleID);
+    // The application decides the surface from its table of applications.
+    var surface = asText(options.surface);
     var rules = [
         "You format dictated text. You receive a speech transcript between <transcript> tags " +
             "and return only the formatted text, with no preface, quotes, tags or comments.",

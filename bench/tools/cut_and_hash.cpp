@@ -19,10 +19,10 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "cut_and_hash: the recording could not be cut\n");
         return 1;
     }
-    for (const AudioPart& part : prepared->parts) {
-        const auto digest = PartCache::digest(part.path);
-        std::printf("%s  %s\n", digest ? qPrintable(*digest) : "-", qPrintable(part.path));
-    }
+    const auto digests = PartCache::digests(prepared->parts);
+    for (qsizetype i = 0; i < digests.size(); ++i)
+        std::printf("%s  %s\n", digests[i] ? qPrintable(*digests[i]) : "-",
+                    qPrintable(prepared->parts[i].path));
     AudioChunks::removeTemporaryFiles(*prepared);
     return 0;
 }

@@ -19,6 +19,7 @@ struct CallHint {
 
     // The identifiers are bundle identifiers, Flatpak application ids or
     // process names; the first one naming a known call application wins.
+    // The call applications are those of WritingDestinations' table.
     static CallHint from(const QStringList& bundleIDs, bool microphoneInUse);
     // The name of the call application an identifier belongs to, if known.
     static std::optional<QString> appNameFor(const QString& bundleID);

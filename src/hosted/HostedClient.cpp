@@ -10,10 +10,6 @@
 #include <QSslError>
 #include <QThread>
 
-#include <qcoro/qcoronetworkreply.h>
-
-#include <cmath>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
@@ -66,7 +62,8 @@ QCoro::Task<HostedResult<HostedReply>> HostedClient::send(QString path, Json bod
     if (cancel && cancel->isCancelled())
         co_return std::unexpected(HostedError::of(HostedError::Kind::cancelled));
 
-    QNetworkRequest request(endpoint(path));
+    QNetworkRequest request =
+        ephemeralRequest(endpoint(path), options.tls, timeoutSec, options.timeoutScale);
     request.setHeader(QNetworkRequest::ContentTypeHeader, u"application/json"_s);
     request.setRawHeader("Accept", "application/json");
     if (authorization.kind == Authorization::Kind::explicitToken) {
@@ -79,40 +76,20 @@ QCoro::Task<HostedResult<HostedReply>> HostedClient::send(QString path, Json bod
             co_return std::unexpected(HostedError::of(HostedError::Kind::keychainLocked));
         request.setRawHeader("Authorization", "Bearer " + bearer.token.toUtf8());
     }
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::ManualRedirectPolicy);
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
-                         QNetworkRequest::AlwaysNetwork);
-    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
-    request.setTransferTimeout(
-        std::max(1, int(std::lround(timeoutSec * 1000.0 * options.timeoutScale))));
-    request.setSslConfiguration(options.tls);
-
-    OwnedReply reply(manager->post(request, jsonBytes(body)));
-    QObject::connect(reply.get(), &QNetworkReply::sslErrors,
-                     [path](const QList<QSslError>& errors) {
-                         for (const QSslError& error : errors)
-                             qCInfo(hostedLog) << "call to" << path
-                                               << "refused a certificate:" << error.errorString();
-                     });
-    bool cancelledByCaller = false;
-    int hook = 0;
-    if (cancel) {
-        QNetworkReply* raw = reply.get();
-        hook = cancel->onCancel([raw, &cancelledByCaller] {
-            cancelledByCaller = true;
-            raw->abort();
+    std::function<void(QNetworkReply&)> watchCertificates = [path](QNetworkReply& reply) {
+        QObject::connect(&reply, &QNetworkReply::sslErrors, [path](const QList<QSslError>& errors) {
+            for (const QSslError& error : errors)
+                qCInfo(hostedLog) << "call to" << path
+                                  << "refused a certificate:" << error.errorString();
         });
-    }
-    if (!reply->isFinished())
-        co_await qCoro(reply.get()).waitForFinished();
-    if (cancel)
-        cancel->forget(hook);
+    };
+    QByteArray bytes = jsonBytes(body);
+    FinishedReply finished = co_await postAndWait(*manager, std::move(request), std::move(bytes),
+                                                  cancel, std::move(watchCertificates));
+    const OwnedReply& reply = finished.reply;
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    if (cancelledByCaller) {
+    if (finished.cancelledByCaller) {
         qCDebug(hostedLog) << "call to" << path << "cancelled";
         co_return std::unexpected(HostedError::of(HostedError::Kind::cancelled));
     }

@@ -153,7 +153,7 @@ Json optionsJson(const FinishingContext& context) {
         {"cleanupMode", apiValue(context.style)},
         {"language", rawValue(context.language).toString()},
         {"dictionary", dictionaryJson(context.dictionary)},
-        {"appBundleID", context.appBundleID},
+        {"surface", WritingDestinations::surfaceName(context.surface)},
         {"contextBefore", context.contextBefore.right(longestContext)},
         {"contextAfter", context.contextAfter.left(longestContext)},
         {"conversationContext", context.conversationContext.right(longestContext)},
@@ -266,11 +266,6 @@ DictationIntelligence::finish(const QString& rawTranscript, const FinishingConte
     auto replyIntent = invoke(js, u"isExplicitReplyIntent"_s, {QJSValue(*named), scriptOptions});
     if (!replyIntent)
         return std::unexpected(replyIntent.error());
-    auto surface = invokeText(js, u"detectWritingSurface"_s, {QJSValue(context.appBundleID)});
-    if (!surface)
-        return std::unexpected(surface.error());
-
-    scriptOptions.setProperty(u"surface"_s, *surface);
     scriptOptions.setProperty(u"replyIntent"_s, replyIntent->toBool());
     scriptOptions.setProperty(u"modelFormatted"_s, modelFormatted);
     auto styled = invokeText(js, u"finishDictationText"_s, {QJSValue(*named), scriptOptions});

@@ -9,6 +9,7 @@
 #include "model/DictationStyle.h"
 #include "model/DictionaryRecords.h"
 #include "model/Json.h"
+#include "model/WritingSurface.h"
 
 #include <QString>
 
@@ -22,7 +23,10 @@ struct FinishingContext {
     DictationStyle style = DictationStyle::clean;
     DictationLanguage language = DictationLanguage::english;
     QList<PersonalDictionaryEntry> dictionary;
-    QString appBundleID; // identifier of the target application, or "web:host"
+    // Where the text goes, worked out once from the target application by
+    // WritingDestinations; the hosted service is sent the same. None: an
+    // ordinary field.
+    std::optional<WritingSurface> surface;
     QString contextBefore;
     QString contextAfter;
     QString conversationContext;
@@ -48,7 +52,7 @@ public:
 
     // The local finishing pass, for every engine but the hosted one:
     // prepareSpokenText, cleanSpeechDisfluencies, applyPreferredSpellings,
-    // applyContextNameSpellings, isExplicitReplyIntent, detectWritingSurface,
+    // applyContextNameSpellings, isExplicitReplyIntent,
     // reliableDictationTranscript, finishDictationText.
     // `modelFormatted`: a language model already formatted the text.
     std::expected<FinishedText, TranscriptionServiceError> finish(const QString& rawTranscript,

@@ -6,13 +6,7 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QUuid>
-
-#include <qcoro/qcoronetworkreply.h>
-
-#include <cmath>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -48,33 +42,15 @@ GroqEngine::post(QString path, QByteArray contentType, QByteArray body, QString 
                  Cancellation cancel) {
     QUrl url = options.baseURL;
     url.setPath(path);
-    QNetworkRequest request(url);
+    QNetworkRequest request = ephemeralRequest(url, options.tls, timeoutSec, options.timeoutScale);
     request.setRawHeader("Content-Type", contentType);
     request.setRawHeader("Accept", "application/json");
     request.setRawHeader("Authorization", "Bearer " + key.toUtf8());
-    // The key must never follow a redirect to another host.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::ManualRedirectPolicy);
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
-                         QNetworkRequest::AlwaysNetwork);
-    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
-    request.setTransferTimeout(
-        std::max(1, int(std::lround(timeoutSec * 1000.0 * options.timeoutScale))));
-    request.setSslConfiguration(options.tls);
 
-    OwnedReply reply(manager->post(request, body));
-    bool cancelledByCaller = false;
-    QNetworkReply* raw = reply.get();
-    const int hook = cancel->onCancel([raw, &cancelledByCaller] {
-        cancelledByCaller = true;
-        raw->abort();
-    });
-    if (!reply->isFinished())
-        co_await qCoro(reply.get()).waitForFinished();
-    cancel->forget(hook);
-    if (cancelledByCaller)
+    FinishedReply finished =
+        co_await postAndWait(*manager, std::move(request), std::move(body), cancel);
+    const OwnedReply& reply = finished.reply;
+    if (finished.cancelledByCaller)
         co_return std::unexpected(failure(TranscriptionServiceError::Kind::cancelled));
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (!status.isValid())

@@ -1,7 +1,5 @@
 #include "transcription/HostedEngine.h"
 
-#include "insertion/WritingDestinations.h"
-
 #include <QFile>
 #include <QFileInfo>
 
@@ -33,8 +31,7 @@ HostedDictationRequest HostedEngine::makeRequest(QByteArray audio, const QString
         request.contextAfter = context.contextAfter;
         request.conversationContext = context.conversationContext;
     }
-    const auto surface = WritingDestinations::detect(context.appBundleID);
-    request.writingSurface = surface ? rawValue(*surface).toString() : u"generic"_s;
+    request.writingSurface = WritingDestinations::surfaceName(context.surface);
     request.replyAssist = context.replyAssist;
     return request;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TranscriptionEngine.h"
+#include "model/StoreError.h"
 
 #include <QString>
 
@@ -19,10 +20,14 @@ public:
     static QString pathFor(const QString& recording);
     // Lower-case hexadecimal SHA-256 of the file's bytes; none when unreadable.
     static std::optional<QString> digest(const QString& path);
+    // The digests of every part, in their order, hashed on as many threads
+    // as the computer has cores: an hour of parts is hashed while the user waits.
+    static QList<std::optional<QString>> digests(const QList<AudioPart>& parts);
 
     // An unreadable file, or one of another version, is an empty cache.
     static PartCache load(const QString& path);
-    bool save(const QString& path) const;
+    // Private to the user, and on the disk before it counts as saved.
+    StoreResult<> save(const QString& path) const;
 
     std::optional<EngineTranscript> find(const QString& digest, DictationStyle style,
                                          DictationModel model) const;

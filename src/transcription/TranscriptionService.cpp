@@ -3,6 +3,7 @@
 #include "audio/TranscriptJoiner.h"
 #include "transcription/PartCache.h"
 
+#include <QDebug>
 #include <QTimer>
 
 #include <coroutine>
@@ -62,7 +63,9 @@ QCoro::Task<> runPart(std::shared_ptr<Run> run, std::shared_ptr<TranscriptionEng
     if (result) {
         run->results[index] = *result;
         run->cache.remember(digest, run->style, run->model, *result);
-        run->cache.save(run->cachePath);
+        // The cache only saves a retry some uploads: the part still counts.
+        if (auto saved = run->cache.save(run->cachePath); !saved)
+            qWarning().noquote() << saved.error().message;
         ++run->finished;
         if (run->onProgress && !cancel->isCancelled())
             run->onProgress({run->finished, int(run->results.size())});
@@ -166,7 +169,7 @@ QCoro::Task<ServiceResult> TranscriptionService::attempt(TranscriptionRequest re
     context.style = request.style;
     context.language = request.language;
     context.dictionary = request.dictionary;
-    context.appBundleID = request.appBundleID;
+    context.surface = WritingDestinations::detect(request.appBundleID);
     context.contextBefore = request.contextBefore;
     context.contextAfter = request.contextAfter;
     context.conversationContext = request.conversationContext;
@@ -188,8 +191,9 @@ QCoro::Task<ServiceResult> TranscriptionService::attempt(TranscriptionRequest re
     run->results.resize(parts.size());
     QStringList digests;
     QList<qsizetype> waiting;
+    const QList<std::optional<QString>> hashed = PartCache::digests(parts);
     for (qsizetype i = 0; i < parts.size(); ++i) {
-        const auto digest = PartCache::digest(parts[i].path);
+        const auto& digest = hashed[i];
         if (!digest)
             co_return std::unexpected(chunkingFailure(ChunkingError::unsupportedRecording));
         digests << *digest;

@@ -25,6 +25,7 @@ TEST(CallHint, namesTheFirstKnownApplicationByCaseInsensitivePrefix) {
         {u"com.discordapp.Discord"_s, u"Discord"_s},
         {u"zoom"_s, u"Zoom"_s},
         {u"skypeforlinux"_s, u"Skype"_s},
+        {u"teams-for-linux"_s, u"Teams"_s},
     };
     for (const auto& [identifier, name] : known)
         EXPECT_EQ(CallHint::appNameFor(identifier), name) << identifier.toStdString();

@@ -2,11 +2,12 @@
 // clock that only pretends to wait.
 
 #include "hosted/DesktopSignIn.h"
-#include "support/hosted/StandIn.h"
 #include "fakes/RecordingUrlOpener.h"
 #include "hosted/AccountModel.h"
+#include "model/ApplicationId.h"
 #include "platform/MemoryCredentials.h"
 #include "support/TestSupport.h"
+#include "support/hosted/StandIn.h"
 
 #include <QLoggingCategory>
 #include <QRegularExpression>
@@ -209,7 +210,7 @@ TEST_F(DesktopSignInTest, CancellingEndsItAsTheUsersChoice) {
 TEST_F(DesktopSignInTest, NoTokenEverReachesTheLog) {
     static QStringList lines;
     lines.clear();
-    QLoggingCategory::setFilterRules(u"com.orvane.Parlevo.*=true"_s);
+    QLoggingCategory::setFilterRules(QStringLiteral(QUENDRA_APPLICATION_ID ".*=true"));
     const auto previous = qInstallMessageHandler(
         [](QtMsgType, const QMessageLogContext& context, const QString& message) {
             lines << QString::fromLatin1(context.category) + u": "_s + message;

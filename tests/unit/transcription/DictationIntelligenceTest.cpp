@@ -94,7 +94,7 @@ TEST_F(DictationIntelligenceBridge, aSyntaxErrorNamesTheScriptAndLine) {
     ScriptCopy copy;
     copy.append(DictationIntelligence::intelligenceScript, u"\nfunction broken( {\n"_s);
     DictationIntelligence intelligence(copy.path());
-    const auto failed = intelligence.call(u"detectWritingSurface"_s, Json::array({"slack"}));
+    const auto failed = intelligence.call(u"editDistance"_s, Json::array({"a", "b", 5}));
     ASSERT_FALSE(failed);
     EXPECT_TRUE(isBridgeFailure(failed.error()));
     EXPECT_TRUE(
@@ -124,10 +124,10 @@ TEST_F(DictationIntelligenceBridge, aThrowingFunctionFailsTheCallAndTheEngineLiv
     ASSERT_FALSE(unknown);
     EXPECT_TRUE(unknown.error().message().contains(u"“noSuchFunction”"_s));
 
-    const auto surface =
-        intelligence.call(u"detectWritingSurface"_s, Json::array({"com.slack.Slack"}));
-    ASSERT_TRUE(surface);
-    EXPECT_EQ(*surface, "slack");
+    const auto distance =
+        intelligence.call(u"editDistance"_s, Json::array({"kitten", "sitting", 5}));
+    ASSERT_TRUE(distance);
+    EXPECT_EQ(*distance, 3);
 }
 
 TEST_F(DictationIntelligenceBridge, theDefaultFolderHoldsTheScripts) {
@@ -166,7 +166,7 @@ TEST_F(DictationIntelligenceCleanupMessages, styleContextAndWordsShapeTheRequest
     FinishingContext context;
     context.style = DictationStyle::clean;
     context.language = DictationLanguage::german;
-    context.appBundleID = u"com.slack.Slack"_s;
+    context.surface = WritingSurface::slack;
     context.contextBefore = u"Hallo Jürgen,"_s;
     context.conversationContext = u"Jürgen: Passt Dienstag?"_s;
     context.replyAssist = true;

@@ -3,10 +3,10 @@
 // local pass (DictationIntelligence::finish); a case with "call" calls one
 // script function with "arguments" and compares with "expect".
 
-#include "transcription/DictationIntelligence.h"
 #include "model/AppDataStore.h"
 #include "support/CoreApplication.h"
 #include "support/TestSupport.h"
+#include "transcription/DictationIntelligence.h"
 
 #include <QFile>
 
@@ -36,7 +36,7 @@ FinishingContext contextOf(const Json& c) {
     for (const Json& e : c.value("dictionary", Json::array()))
         context.dictionary.append({QUuid::createUuid(), text(e, "spelling"),
                                    field<QStringList>(e, "spokenForms").value_or(QStringList{})});
-    context.appBundleID = text(c, "appBundleID");
+    context.surface = fromRawValue<WritingSurface>(text(c, "surface"));
     context.contextBefore = text(c, "contextBefore");
     context.contextAfter = text(c, "contextAfter");
     context.conversationContext = text(c, "conversationContext");
@@ -144,10 +144,6 @@ TEST_F(FinishingCorpus, eachStyleSpacesCapitalisesAndCloses) {
 
 TEST_F(FinishingCorpus, snippetTriggersSurviveFinishing) {
     EXPECT_GE(runCorpus(u"snippets.json"_s), 8u);
-}
-
-TEST_F(FinishingCorpus, surfacesAreDetectedFromTheTarget) {
-    EXPECT_GE(runCorpus(u"surfaces.json"_s), 17u);
 }
 
 TEST_F(FinishingCorpus, candidatesThatDropOrInventAreRefused) {

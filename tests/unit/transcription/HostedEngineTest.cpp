@@ -3,14 +3,17 @@
 // overlap, and what each dictation request carries.
 
 #include "transcription/HostedEngine.h"
+#include "hosted/HostedClient.h"
 #include "support/hosted/StandIn.h"
 #include "support/hosted/TestRecording.h"
-#include "hosted/HostedClient.h"
+#include "transcription/DictationIntelligence.h"
 #include "transcription/TranscriptionService.h"
 
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTimer>
+
+#include <map>
 
 #include <gtest/gtest.h>
 
@@ -198,6 +201,51 @@ TEST_F(HostedEngineTest, TheRequestCarriesStyleLanguageSurfaceAndContextExceptFo
     EXPECT_EQ(third["cleanupMode"], "polished");
     EXPECT_EQ(third["writingSurface"], "ai");
     EXPECT_EQ(third["contextBefore"], "Dear Ada,");
+}
+
+// The surface is worked out once from the target application: the service is
+// sent the one the local finishing pass is given.
+TEST_F(HostedEngineTest, TheServiceAndLocalFinishingAgreeOnTheWritingSurface) {
+    standIn.script(Json::array({always(answer("words"))}));
+    QList<FinishingContext> finishing;
+    TranscriptionService service(
+        [&finishing](const QString& text, const FinishingContext& context,
+                     bool) -> std::expected<FinishedText, TranscriptionServiceError> {
+            finishing.append(context);
+            return FinishedText{text, text};
+        });
+    service.setEngine(DictationModel::hosted, engine);
+    DictationIntelligence intelligence(QStringLiteral(QUENDRA_RESOURCES));
+    const auto systemPrompt = [&intelligence](const FinishingContext& context) {
+        const auto messages = intelligence.buildCleanupMessages(u"see you at noon"_s, context);
+        return messages ? (*messages)[0]["content"].get<std::string>() : std::string();
+    };
+
+    std::map<QString, std::string> prompts;
+    for (const QString& application : {u"teams-for-linux"_s, u"com.slack.Slack"_s, u"thunderbird"_s,
+                                       u"org.gnome.TextEditor"_s}) {
+        TranscriptionRequest dictation = request(recording(application + u".wav"_s, 64'044));
+        dictation.style = DictationStyle::polished;
+        dictation.appBundleID = application;
+        finishing.clear();
+        ASSERT_TRUE(run(service.transcribe(dictation))) << application.toStdString();
+        ASSERT_EQ(finishing.size(), 1);
+        const QString sent = QString::fromStdString(
+            standIn.requests().back()["body"].value("writingSurface", std::string()));
+
+        FinishingContext asSent = finishing[0];
+        asSent.surface = fromRawValue<WritingSurface>(sent);
+        EXPECT_EQ(asSent.surface.has_value(), sent != u"generic"_s) << sent.toStdString();
+        prompts[application] = systemPrompt(finishing[0]);
+        EXPECT_FALSE(prompts[application].empty());
+        EXPECT_EQ(prompts[application], systemPrompt(asSent)) << application.toStdString();
+        if (application == u"teams-for-linux"_s) {
+            EXPECT_EQ(sent, u"messaging"_s);
+        }
+    }
+    // Team chat that is not Slack is written as any chat message, not as Slack.
+    EXPECT_NE(prompts[u"teams-for-linux"_s], prompts[u"com.slack.Slack"_s]);
+    EXPECT_NE(prompts[u"teams-for-linux"_s], prompts[u"org.gnome.TextEditor"_s]);
 }
 
 TEST_F(HostedEngineTest, CompressedPartsAreMpeg4AndOversizedPartsAreNeverSent) {

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QCoroTimer>
 #include <QDateTime>
+#include <QEventLoop>
 #include <QTimer>
 
 #include <chrono>
@@ -145,8 +146,13 @@ int runInsertCommand(AppContext& app, const QStringList& arguments, QTextStream&
         QCoro::waitFor(service.insert(invocation.positionals()[0], *capture.target));
     out << toString(result) << Qt::endl;
     // The clipboard is put back after the paste; stay until then.
-    const qint64 stayMs = service.restoreDelayMs + 100 + qint64(*keep * 1000);
-    QCoro::waitFor(QCoro::sleepFor(std::chrono::milliseconds(stayMs)));
+    if (service.clipboardInUse()) {
+        QEventLoop settling;
+        QObject::connect(&service, &InsertionService::clipboardSettled, &settling,
+                         [&] { settling.quit(); });
+        settling.exec();
+    }
+    QCoro::waitFor(QCoro::sleepFor(std::chrono::milliseconds(qint64(*keep * 1000))));
     return int(result == InsertionResult::inserted ? ExitStatus::success : ExitStatus::failure);
 }
 

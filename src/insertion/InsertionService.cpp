@@ -273,13 +273,13 @@ QCoro::Task<bool> InsertionService::paste(QString text, InsertionTarget target) 
     const PasteKeys keyChoice =
         target.role == AccessibleRole::terminal ? PasteKeys::controlShift : PasteKeys::control;
     if (!keys.postPaste(keyChoice)) {
-        if (pasteboard.changeCount() == written)
-            restore(snapshot);
+        settleClipboard(snapshot, written);
         co_return false;
     }
+    ++pastesHoldingClipboard;
     QTimer::singleShot(restoreDelayMs, this, [this, snapshot, written] {
-        if (pasteboard.changeCount() == written)
-            restore(snapshot);
+        --pastesHoldingClipboard;
+        settleClipboard(snapshot, written);
     });
     if (!watching)
         co_return true;
@@ -291,10 +291,15 @@ QCoro::Task<bool> InsertionService::paste(QString text, InsertionTarget target) 
     co_return *changed;
 }
 
-void InsertionService::restore(const QList<PasteboardItem>& snapshot) {
-    pasteboard.clearContents();
-    if (!snapshot.isEmpty())
-        pasteboard.writeItems(snapshot);
+void InsertionService::settleClipboard(const QList<PasteboardItem>& snapshot, int written) {
+    // A copy made meanwhile is the user's newer choice, and stays.
+    const bool ours = pasteboard.changeCount() == written;
+    if (ours) {
+        pasteboard.clearContents();
+        if (!snapshot.isEmpty())
+            pasteboard.writeItems(snapshot);
+    }
+    Q_EMIT clipboardSettled(ours);
 }
 
 } // namespace quendra

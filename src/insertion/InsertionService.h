@@ -44,14 +44,20 @@ public:
     // accessibility fallback writes it instead.
     int pasteConfirmationMs = 750;
     int restoreDelayMs = 900;
+    // Whether a pasted text still holds the clipboard (see clipboardSettled).
+    bool clipboardInUse() const { return pastesHoldingClipboard > 0; }
 
 Q_SIGNALS:
     // Each diagnostic line as it is logged.
     void diagnostic(const QString& line);
+    // A paste is over for the clipboard: the user's contents were put back,
+    // or left alone because something else was copied meanwhile. Until then
+    // the process must stay to serve the pasted text.
+    void clipboardSettled(bool restored);
 
 private:
     QCoro::Task<bool> paste(QString text, InsertionTarget target);
-    void restore(const QList<PasteboardItem>& snapshot);
+    void settleClipboard(const QList<PasteboardItem>& snapshot, int written);
     void log(const QString& line);
 
     Accessibility& accessibility;
@@ -60,6 +66,7 @@ private:
     KeyEventPoster& keys;
     MainThreadChecker checker;
     bool targetLog = false;
+    int pastesHoldingClipboard = 0;
 };
 
 } // namespace quendra

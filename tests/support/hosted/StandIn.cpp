@@ -1,4 +1,5 @@
 #include "support/hosted/StandIn.h"
+#include "support/CoreApplication.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -14,17 +15,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quendra::testing {
 
-void ensureApplication() {
-    if (QCoreApplication::instance())
-        return;
-    static int argc = 1;
-    static char name[] = "test_hosted";
-    static char* argv[] = {name, nullptr};
-    new QCoreApplication(argc, argv);
-}
-
 StandIn::StandIn() {
-    ensureApplication();
+    ensureCoreApplication();
     process.setProgram(u"/usr/bin/python3"_s);
     process.setArguments({QStringLiteral(QUENDRA_FIXTURES "/hosted_standin.py"), dir.path()});
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);

@@ -5,6 +5,7 @@
 
 #include "hosted/HostedError.h"
 #include "model/Json.h"
+#include "support/CoreApplication.h"
 
 #include <QProcess>
 #include <QSslConfiguration>
@@ -22,9 +23,6 @@ inline void PrintTo(const HostedError& error, std::ostream* os) {
 } // namespace quendra
 
 namespace quendra::testing {
-
-// A QCoreApplication for tests that need an event loop.
-void ensureApplication();
 
 class StandIn {
 public:

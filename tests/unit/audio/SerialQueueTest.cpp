@@ -76,8 +76,10 @@ TEST_F(SerialQueueTest, DelayedWorkWaitsItsTurn) {
     };
     queue.asyncAfter(150ms, [&] { note(u"late"_s); });
     queue.async([&] { note(u"now"_s); });
-    std::this_thread::sleep_for(400ms);
-    queue.sync([] {});
+    EXPECT_TRUE(processEventsUntil([&] {
+        std::lock_guard guard(lock);
+        return events.size() == 2;
+    }));
     std::lock_guard guard(lock);
     EXPECT_EQ(events, (std::vector<QString>{u"now"_s, u"late"_s}));
 }

@@ -2,8 +2,8 @@
 // result, every failure mapping, redirects, time-outs and cancellation.
 
 #include "hosted/HostedClient.h"
-#include "support/hosted/StandIn.h"
 #include "support/TestSupport.h"
+#include "support/hosted/StandIn.h"
 
 #include <QTimer>
 
@@ -384,7 +384,7 @@ TEST_F(HostedClientTest, TransportFailuresAreOffline) {
 }
 
 TEST(HostedClientEndpoint, PathsAreAppendedToTheBase) {
-    testing::ensureApplication();
+    ensureCoreApplication();
     HostedClient withSlash(HostedClientOptions{QUrl(u"https://h.example/api/"_s), {}});
     EXPECT_EQ(withSlash.endpoint(u"auth"_s), QUrl(u"https://h.example/api/auth"_s));
     HostedClient withoutSlash(HostedClientOptions{QUrl(u"https://h.example/v2"_s), {}});

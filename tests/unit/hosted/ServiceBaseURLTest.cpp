@@ -2,9 +2,9 @@
 // may replace it, and the authorities trusted for it.
 
 #include "hosted/ServiceBaseURL.h"
-#include "support/hosted/StandIn.h"
 #include "model/UserDefaults.h"
 #include "support/TestSupport.h"
+#include "support/hosted/StandIn.h"
 
 #include <QTemporaryDir>
 
@@ -38,7 +38,7 @@ TEST(ServiceBaseURL, OnlyAnHttpsURLWithAHostReplacesIt) {
 }
 
 TEST(ServiceTls, ACertificateBundleInTheEnvironmentIsAllThatIsTrusted) {
-    testing::ensureApplication();
+    ensureCoreApplication();
     qunsetenv("SSL_CERT_FILE");
     const auto system = serviceTlsConfiguration().caCertificates();
     testing::StandIn standIn;

@@ -1,7 +1,7 @@
 #include "insertion/AppTargetTracker.h"
 #include "fakes/FakeAccessibility.h"
 #include "fakes/FakeDesktop.h"
-#include "support/EventLoop.h"
+#include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 
 #include <gmock/gmock.h>
@@ -18,7 +18,7 @@ constexpr qint64 browserPid = 51;
 class AppTargetTrackerTest : public testing::Test {
 protected:
     AppTargetTrackerTest() {
-        ensureEventLoop();
+        ensureCoreApplication();
         workspace.launch(editorPid, u"org.example.Editor"_s);
         workspace.launch(browserPid, u"org.example.Browser"_s);
         editor = ax.addApplication(editorPid);
@@ -73,7 +73,7 @@ TEST_F(AppTargetTrackerTest, AnUnannouncedFocusChangeIsFoundByOnePoll) {
 TEST_F(AppTargetTrackerTest, TheTimerPollsWithoutBeingAsked) {
     track();
     ax.focus(editorPid, notes);
-    spinEventLoop(2000, [this] { return updates.size() > 1; });
+    processEventsUntil([this] { return updates.size() > 1; }, 2000);
     ASSERT_EQ(updates.size(), 2);
     EXPECT_EQ(updates[1].reason, TargetUpdateReason::focusChanged);
 }
@@ -109,7 +109,7 @@ TEST_F(AppTargetTrackerTest, ActivationMovesTheObserverToTheNewApplication) {
 TEST_F(AppTargetTrackerTest, MovingTheWindowReportsGeometryWithTheSameField) {
     track();
     ax.post(AccessibilityNotification::moved, editorWindow);
-    spinEventLoop(200, [this] { return updates.size() > 1; });
+    processEventsUntil([this] { return updates.size() > 1; }, 200);
     ASSERT_EQ(updates.size(), 2);
     EXPECT_EQ(updates[1].reason, TargetUpdateReason::geometryChanged);
     EXPECT_TRUE(sameElement(updates[1].element, name));
@@ -125,7 +125,7 @@ TEST_F(AppTargetTrackerTest, AFocusNotificationRecapturesTheTarget) {
     track();
     ax.focus(editorPid, notes);
     ax.post(AccessibilityNotification::focusedElementChanged, editor);
-    spinEventLoop(200, [this] { return updates.size() > 1; });
+    processEventsUntil([this] { return updates.size() > 1; }, 200);
     ASSERT_EQ(updates.size(), 2);
     EXPECT_EQ(updates[1].reason, TargetUpdateReason::focusChanged);
     EXPECT_TRUE(sameElement(updates[1].element, notes));

@@ -1,7 +1,7 @@
 #include "insertion/InsertionService.h"
 #include "fakes/FakeAccessibility.h"
 #include "fakes/FakeDesktop.h"
-#include "support/EventLoop.h"
+#include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 
 #include <gmock/gmock.h>
@@ -22,7 +22,7 @@ constexpr qint64 otherPid = 41;
 class InsertionServiceTest : public testing::Test {
 protected:
     InsertionServiceTest() {
-        ensureEventLoop();
+        ensureCoreApplication();
         workspace.launch(editorPid, u"org.example.Editor"_s);
         workspace.launch(otherPid, u"org.example.Other"_s);
         app = ax.addApplication(editorPid);
@@ -192,7 +192,11 @@ TEST_F(InsertionServiceTest, ClipboardWithTextAndImageIsRestoredAfterTheDelay) {
     service.restoreDelayMs = 300;
     EXPECT_EQ(insert(u"dictated"_s, target), InsertionResult::inserted);
     EXPECT_EQ(pasteboard.string(), u"dictated"_s);
-    spinEventLoop(600);
+    EXPECT_TRUE(service.clipboardInUse());
+    bool restored = false;
+    QObject::connect(&service, &InsertionService::clipboardSettled, [&](bool r) { restored = r; });
+    EXPECT_TRUE(processEventsUntil([&] { return !service.clipboardInUse(); }));
+    EXPECT_TRUE(restored);
     ASSERT_EQ(pasteboard.contents.size(), 1);
     EXPECT_EQ(pasteboard.contents[0], users);
 }
@@ -203,7 +207,10 @@ TEST_F(InsertionServiceTest, ACopyMadeDuringTheDelaySurvives) {
     service.restoreDelayMs = 300;
     EXPECT_EQ(insert(u"dictated"_s, target), InsertionResult::inserted);
     pasteboard.copyFromElsewhere({{u"text/plain"_s, "newer"}});
-    spinEventLoop(600);
+    std::optional<bool> restored;
+    QObject::connect(&service, &InsertionService::clipboardSettled, [&](bool r) { restored = r; });
+    EXPECT_TRUE(processEventsUntil([&] { return restored.has_value(); }));
+    EXPECT_EQ(restored, false);
     EXPECT_EQ(pasteboard.string(), u"newer"_s);
 }
 

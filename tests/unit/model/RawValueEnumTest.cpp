@@ -53,7 +53,6 @@ TEST(RecordingDuration, acceptsExactlyTheListedMinutes) {
 }
 
 TEST(RawValues, roundTripEveryCaseAndRejectUnknownValues) {
-    EXPECT_EQ(allCases<DictationLanguage>().size(), 20u);
     EXPECT_EQ(allCases<DictationLanguage>().front(), DictationLanguage::automatic);
     EXPECT_EQ(rawValue(DictationLanguage::automatic), u"auto"_s);
     EXPECT_EQ(title(DictationLanguage::ukrainian), u"Ukrainian"_s);

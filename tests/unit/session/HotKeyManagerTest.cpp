@@ -2,7 +2,7 @@
 #include "fakes/FakeDesktop.h"
 #include "session/ShortcutCapture.h"
 #include "session/ShortcutSettings.h"
-#include "support/EventLoop.h"
+#include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 
 #include <QFile>
@@ -22,7 +22,7 @@ const DictationShortcut ctrlD{'d', ShortcutModifier::ctrl, u"D"_s};
 const DictationShortcut ctrlN{'n', ShortcutModifier::ctrl, u"N"_s};
 
 TEST(HotKeyManager, PressesReachOnlyTheirOwnManagerOutsideTheServiceDispatch) {
-    ensureEventLoop();
+    ensureCoreApplication();
     FakeHotKeyService service;
     HotKeyManager dictation(service, HotKeyManager::dictationIdentifier);
     HotKeyManager notes(service, HotKeyManager::notesIdentifier);
@@ -34,12 +34,10 @@ TEST(HotKeyManager, PressesReachOnlyTheirOwnManagerOutsideTheServiceDispatch) {
 
     service.press(altSpace);
     EXPECT_EQ(dictationPresses, 0); // delivered later, from the event loop
-    spinEventLoop(50);
-    EXPECT_EQ(dictationPresses, 1);
+    EXPECT_TRUE(processEventsUntil([&] { return dictationPresses == 1; }));
     EXPECT_EQ(notesPresses, 0);
     service.press(ctrlN);
-    spinEventLoop(50);
-    EXPECT_EQ(notesPresses, 1);
+    EXPECT_TRUE(processEventsUntil([&] { return notesPresses == 1; }));
     EXPECT_EQ(dictationPresses, 1);
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 class QwenInstallerTest : public ::testing::Test {
 protected:
-    QwenInstallerTest() { ensureApplication(); }
+    QwenInstallerTest() { ensureCoreApplication(); }
 
     void touch(const QString& path, bool executable = false) {
         QDir().mkpath(QFileInfo(path).path());

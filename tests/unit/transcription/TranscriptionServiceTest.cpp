@@ -71,7 +71,7 @@ struct FinishCall {
 
 class TranscriptionServiceTest : public ::testing::Test {
 protected:
-    TranscriptionServiceTest() { ensureApplication(); }
+    TranscriptionServiceTest() { ensureCoreApplication(); }
 
     TranscriptionService makeService(int concurrent = 3) {
         TranscriptionService service(

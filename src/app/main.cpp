@@ -1,6 +1,7 @@
 #include "QuendraApp.h"
 #include "cli/CommandLine.h"
 #include "context/AppContext.h"
+#include "model/ApplicationId.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -58,6 +59,8 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(u"Parlevo"_s);
     QApplication::setOrganizationName(u"Quendra"_s);
+    // The desktop matches the windows to the desktop entry by this name.
+    QGuiApplication::setDesktopFileName(QStringLiteral(QUENDRA_APPLICATION_ID));
     QApplication::setQuitOnLastWindowClosed(false);
     quendra::AppContext context(arguments, quendra::AppContext::Front::application);
     quendra::QuendraApp parlevo(context);

@@ -81,6 +81,7 @@ TEST_F(CommandLineTest, helpIsAvailableEverywhere) {
     for (const auto& arguments : QList<QStringList>{{u"--help"_s},
                                                     {u"words"_s, u"--help"_s},
                                                     {u"notes"_s, u"--help"_s},
+                                                    {u"finish"_s, u"--help"_s},
                                                     {u"words"_s, u"add"_s, u"--help"_s},
                                                     {u"history"_s, u"show"_s, u"-h"_s}}) {
         const Outcome r = run(arguments);
@@ -89,6 +90,8 @@ TEST_F(CommandLineTest, helpIsAvailableEverywhere) {
         EXPECT_TRUE(r.err.isEmpty());
     }
     EXPECT_TRUE(run({u"words"_s, u"add"_s, u"--help"_s}).out.contains(u"--form TEXT"_s));
+    EXPECT_TRUE(run({u"--help"_s}).out.contains(u"parlevo finish"_s));
+    EXPECT_TRUE(run({u"finish"_s, u"--help"_s}).out.contains(u"--reply-assist"_s));
     EXPECT_TRUE(wantsCommandLine({u"parlevo"_s, u"words"_s}));
     EXPECT_FALSE(wantsCommandLine({u"parlevo"_s}));
     EXPECT_FALSE(wantsCommandLine({u"parlevo"_s, u"--qa-quit-after-launch"_s}));

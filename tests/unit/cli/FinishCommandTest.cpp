@@ -124,12 +124,3 @@ TEST_F(FinishCommandTest, unreadableAndOverlongInputFailsWithOneSentence) {
         EXPECT_TRUE(r.err.contains(u"too long"_s)) << r.err.toStdString();
     }
 }
-
-TEST_F(FinishCommandTest, isListedInTheOverviewAndHasHelp) {
-    const Outcome overview = clitest::runCommand({u"--help"_s});
-    EXPECT_EQ(overview.status, 0);
-    EXPECT_TRUE(overview.out.contains(u"parlevo finish"_s));
-    const Outcome help = finish({}, {u"--help"_s});
-    EXPECT_EQ(help.status, 0);
-    EXPECT_TRUE(help.out.contains(u"--reply-assist"_s));
-}

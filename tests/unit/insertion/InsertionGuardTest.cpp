@@ -1,5 +1,4 @@
 #include "insertion/InsertionGuard.h"
-#include "insertion/WritingDestinations.h"
 
 #include <gtest/gtest.h>
 
@@ -34,15 +33,4 @@ TEST(ReplacementTargetMatch, EightyPercentOfTheSmallerFrameInTheSameWindow) {
     EXPECT_FALSE(ReplacementTargetMatch::isSameField(original, original, false));
     EXPECT_FALSE(ReplacementTargetMatch::isSameField(original, std::nullopt, true));
     EXPECT_FALSE(ReplacementTargetMatch::isSameField(QRectF(0, 0, 0, 10), original, true));
-}
-
-TEST(WritingDestinations, DesktopApplicationsAndWebHostsMapToSurfaces) {
-    EXPECT_EQ(WritingDestinations::detect(u"org.mozilla.Thunderbird"_s), WritingSurface::email);
-    EXPECT_EQ(WritingDestinations::detect(u"Slack"_s), WritingSurface::slack);
-    EXPECT_EQ(WritingDestinations::detect(u"TelegramDesktop"_s), WritingSurface::messaging);
-    EXPECT_EQ(WritingDestinations::detect(u"web:claude.ai"_s), WritingSurface::ai);
-    EXPECT_EQ(WritingDestinations::detect(u"web:mail.google.com"_s), WritingSurface::email);
-    EXPECT_EQ(WritingDestinations::detect(u"org.gnome.TextEditor"_s), std::nullopt);
-    EXPECT_EQ(WritingDestinations::detect(u"mail.google.com"_s), std::nullopt);
-    EXPECT_EQ(WritingDestinations::detect(QString()), std::nullopt);
 }

@@ -79,38 +79,19 @@ TEST_F(InsertionServiceTest, PastesIntoTheRememberedFieldAfterReturningToIt) {
                                  u"inserted with paste"_s));
 }
 
-TEST_F(InsertionServiceTest, RefusesWithoutTouchingTheDesktopWhenTheTargetIsGone) {
+// A quit target, a field turned secret and a switch to another application
+// are checked against real applications in integration/desktop/insert.sh.
+TEST_F(InsertionServiceTest, RefusesWithoutTouchingTheDesktopWithoutAccessibility) {
     const InsertionTarget target = remembered();
     ax.trusted = false;
     EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
     EXPECT_THAT(log, ElementsAre(u"blocked: Accessibility permission is unavailable"_s));
-
-    ax.trusted = true;
-    log.clear();
-    workspace.quit(editorPid);
-    EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
-    EXPECT_THAT(log, ElementsAre(u"blocked: target application terminated"_s));
     EXPECT_TRUE(workspace.activations.isEmpty());
     EXPECT_TRUE(keys.posted.isEmpty());
 }
 
-TEST_F(InsertionServiceTest, AFieldThatTurnedIntoAPasswordFieldIsBlockedBeforeActivation) {
+TEST_F(InsertionServiceTest, NothingIsActivatedWhenFocusMovedToAnotherField) {
     const InsertionTarget target = remembered();
-    field->role = AccessibleRole::passwordText;
-    EXPECT_EQ(insert(u"secret"_s, target), InsertionResult::blockedSecureField);
-    EXPECT_THAT(log, ElementsAre(u"blocked: original target is secure"_s));
-    EXPECT_TRUE(workspace.activations.isEmpty());
-    EXPECT_TRUE(pasteboard.contents.isEmpty());
-}
-
-TEST_F(InsertionServiceTest, NothingIsActivatedWhenTheUserMovedElsewhere) {
-    const InsertionTarget target = remembered();
-    workspace.frontmost = otherPid;
-    EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
-    EXPECT_TRUE(workspace.activations.isEmpty());
-    EXPECT_TRUE(log.isEmpty());
-
-    workspace.frontmost = editorPid;
     ax.focus(editorPid, secondField);
     EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
     EXPECT_TRUE(workspace.activations.isEmpty());
@@ -163,14 +144,10 @@ TEST_F(InsertionServiceTest, ARefusedFocusRequestIsLoggedByNameAndTheFocusedFiel
     EXPECT_EQ(ax.setFocusedCalls, 1);
 }
 
-TEST_F(InsertionServiceTest, IgnoredPasteIsServedByTheAccessibilityFallback) {
+// The fallback that works is checked in integration/desktop/fallback.sh.
+TEST_F(InsertionServiceTest, IgnoredPasteAndNoFallbackFails) {
     const InsertionTarget target = remembered();
     pasteWorks = false;
-    EXPECT_EQ(insert(u"fallback"_s, target), InsertionResult::inserted);
-    EXPECT_EQ(field->strings[AccessibleStringAttribute::value], u"fallback"_s);
-    EXPECT_EQ(log.last(), u"inserted with Accessibility fallback"_s);
-
-    log.clear();
     field->acceptsSelectedText = false;
     EXPECT_EQ(insert(u"lost"_s, target), InsertionResult::failed);
     EXPECT_EQ(log.last(), u"failed: both insertion methods were unavailable"_s);
@@ -185,33 +162,30 @@ TEST_F(InsertionServiceTest, KeysThatCannotBeMadeLeaveTheClipboardAsItWas) {
     EXPECT_EQ(pasteboard.string(), u"mine"_s);
 }
 
-TEST_F(InsertionServiceTest, ClipboardWithTextAndImageIsRestoredAfterTheDelay) {
+// What the clipboard holds afterwards is checked on a real X clipboard in
+// integration/desktop/clipboard.sh; here, what the settled signal says.
+TEST_F(InsertionServiceTest, TheClipboardIsGivenBackUnlessSomethingNewerWasCopied) {
     const InsertionTarget target = remembered();
     const PasteboardItem users{{u"text/plain"_s, "caption"}, {u"image/png"_s, "\x89PNG\r\n"}};
-    pasteboard.copyFromElsewhere(users);
+    const PasteboardItem newer{{u"text/plain"_s, "newer"}};
     service.restoreDelayMs = 300;
-    EXPECT_EQ(insert(u"dictated"_s, target), InsertionResult::inserted);
-    EXPECT_EQ(pasteboard.string(), u"dictated"_s);
-    EXPECT_TRUE(service.clipboardInUse());
-    bool restored = false;
-    QObject::connect(&service, &InsertionService::clipboardSettled, [&](bool r) { restored = r; });
-    EXPECT_TRUE(processEventsUntil([&] { return !service.clipboardInUse(); }));
-    EXPECT_TRUE(restored);
-    ASSERT_EQ(pasteboard.contents.size(), 1);
-    EXPECT_EQ(pasteboard.contents[0], users);
-}
-
-TEST_F(InsertionServiceTest, ACopyMadeDuringTheDelaySurvives) {
-    const InsertionTarget target = remembered();
-    pasteboard.copyFromElsewhere({{u"text/plain"_s, "old"}});
-    service.restoreDelayMs = 300;
-    EXPECT_EQ(insert(u"dictated"_s, target), InsertionResult::inserted);
-    pasteboard.copyFromElsewhere({{u"text/plain"_s, "newer"}});
-    std::optional<bool> restored;
-    QObject::connect(&service, &InsertionService::clipboardSettled, [&](bool r) { restored = r; });
-    EXPECT_TRUE(processEventsUntil([&] { return restored.has_value(); }));
-    EXPECT_EQ(restored, false);
-    EXPECT_EQ(pasteboard.string(), u"newer"_s);
+    for (const bool copiedMeanwhile : {false, true}) {
+        pasteboard.copyFromElsewhere(users);
+        EXPECT_EQ(insert(u"dictated"_s, target), InsertionResult::inserted);
+        EXPECT_EQ(pasteboard.string(), u"dictated"_s);
+        EXPECT_TRUE(service.clipboardInUse());
+        if (copiedMeanwhile)
+            pasteboard.copyFromElsewhere(newer);
+        std::optional<bool> restored;
+        const auto connection = QObject::connect(&service, &InsertionService::clipboardSettled,
+                                                 [&](bool r) { restored = r; });
+        EXPECT_TRUE(processEventsUntil([&] { return restored.has_value(); }));
+        QObject::disconnect(connection);
+        EXPECT_EQ(restored, !copiedMeanwhile);
+        EXPECT_FALSE(service.clipboardInUse());
+        ASSERT_EQ(pasteboard.contents.size(), 1);
+        EXPECT_EQ(pasteboard.contents[0], copiedMeanwhile ? newer : users);
+    }
 }
 
 TEST_F(InsertionServiceTest, TerminalsGetControlShiftV) {

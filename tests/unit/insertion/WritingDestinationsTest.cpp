@@ -19,6 +19,7 @@ TEST(WritingDestinations, applicationsAndWebPagesHaveTheirSurface) {
         {u"Slack"_s, WritingSurface::slack},
         {u"web:app.slack.com"_s, WritingSurface::slack},
         {u"org.telegram.desktop"_s, WritingSurface::messaging},
+        {u"TelegramDesktop"_s, WritingSurface::messaging},
         {u"org.signal.Signal"_s, WritingSurface::messaging},
         {u"web:web.whatsapp.com"_s, WritingSurface::messaging},
         {u"discord"_s, WritingSurface::messaging},

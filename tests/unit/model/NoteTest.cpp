@@ -17,13 +17,6 @@ Note decoded(const Json& j) {
     return note.value_or(Note{});
 }
 
-std::vector<std::string> keysOf(const Json& j) {
-    std::vector<std::string> keys;
-    for (const auto& [key, value] : j.items())
-        keys.push_back(key);
-    return keys;
-}
-
 } // namespace
 
 TEST(NoteCodec, noteWithOnlyAnIdTakesEveryDefault) {
@@ -121,39 +114,17 @@ TEST(NoteCodec, listElementsAreCheckedOneByOne) {
     EXPECT_TRUE(note.originalTurns->isEmpty());
 }
 
-TEST(NoteCodec, encodesFieldsInOrderWithoutAbsentOptionals) {
+TEST(NoteCodec, encodesWithoutAbsentOptionalsAndRoundTrips) {
     Note note{.id = QUuid::fromString(idText)};
     note.createdAt = QDateTime(QDate(2024, 5, 6), QTime(7, 8, 9, 123), Qt::UTC);
     note.sections.append(NoteSection{.index = 3, .startMs = 10});
     const Json bare = Json::parse(encodeNote(note).toStdString());
-    EXPECT_EQ(keysOf(bare), (std::vector<std::string>{"id",
-                                                      "title",
-                                                      "titleEdited",
-                                                      "createdAt",
-                                                      "durationMs",
-                                                      "state",
-                                                      "source",
-                                                      "message",
-                                                      "language",
-                                                      "limitMs",
-                                                      "sections",
-                                                      "turns",
-                                                      "summaryCache",
-                                                      "highlights",
-                                                      "speakerNames",
-                                                      "audioRemoved",
-                                                      "turnsFinal",
-                                                      "revision",
-                                                      "summaryRefreshRequested",
-                                                      "processingStage",
-                                                      "summaryNeedsRefresh",
-                                                      "dismissedNameSuggestions"}));
+    for (const char* optional : {"sourceApp", "summary", "audioFile", "originalTurns"})
+        EXPECT_FALSE(bare.contains(optional)) << optional;
     EXPECT_EQ(bare["id"], idText.toStdString());
     EXPECT_EQ(bare["createdAt"], Json(1714979289123));
     EXPECT_EQ(bare["state"], "interrupted");
-    EXPECT_EQ(keysOf(bare["sections"][0]),
-              (std::vector<std::string>{"index", "startMs", "endMs", "closed", "done", "transcript",
-                                        "words"}));
+    EXPECT_EQ(decodeNote(encodeNote(note)), note);
 
     note.sourceApp = u"us.zoom.xos"_s;
     note.summary = Json{{"title", "Plan"}};
@@ -164,15 +135,6 @@ TEST(NoteCodec, encodesFieldsInOrderWithoutAbsentOptionals) {
     note.speakerNames.insert(u"them"_s, u"Ana"_s);
     note.state = NoteState::retry;
     note.source = NoteSource::call;
-    const Json full = Json::parse(encodeNote(note).toStdString());
-    const auto keys = keysOf(full);
-    const auto position = [&](const char* key) {
-        return std::ranges::find(keys, key) - keys.begin();
-    };
-    EXPECT_EQ(position("sourceApp"), position("source") + 1);
-    EXPECT_EQ(position("summary"), position("turns") + 1);
-    EXPECT_EQ(position("audioFile"), position("audioRemoved") + 1);
-    EXPECT_EQ(position("originalTurns"), position("processingStage") + 1);
     EXPECT_EQ(decodeNote(encodeNote(note)), note);
 }
 

@@ -128,37 +128,7 @@ TEST_F(DictationIntelligenceBridge, aThrowingFunctionFailsTheCallAndTheEngineLiv
         intelligence.call(u"editDistance"_s, Json::array({"kitten", "sitting", 5}));
     ASSERT_TRUE(distance);
     EXPECT_EQ(*distance, 3);
-}
-
-TEST_F(DictationIntelligenceBridge, theDefaultFolderHoldsTheScripts) {
-    const QString folder = DictationIntelligence::defaultResourceDirectory();
-    EXPECT_TRUE(QFile::exists(QDir(folder).filePath(DictationIntelligence::intelligenceScript)))
-        << folder.toStdString();
-    DictationIntelligence intelligence;
-    const auto finished = intelligence.finish(u"um it works"_s, {});
-    ASSERT_TRUE(finished) << finished.error().message().toStdString();
-    EXPECT_EQ(finished->transcript, u"It works."_s);
-}
-
-TEST_F(DictationIntelligenceBridge, valuesCrossTheBridgeWithTheirTypes) {
-    DictationIntelligence intelligence(sources);
-    // Objects, arrays, strings and booleans go in; an array of objects comes back.
-    FinishingContext context;
-    context.style = DictationStyle::polished;
-    context.replyAssist = true;
-    context.dictionary = {{QUuid::createUuid(), u"Kubernetes"_s, {u"cube and eighties"_s}}};
-    const auto messages = intelligence.buildCleanupMessages(u"ünïcode ✓ 日本"_s, context);
-    ASSERT_TRUE(messages);
-    ASSERT_EQ(messages->size(), 2u);
-    EXPECT_EQ((*messages)[0]["role"], "system");
-    EXPECT_EQ((*messages)[1]["role"], "user");
-    EXPECT_NE((*messages)[1]["content"].get<std::string>().find("ünïcode ✓ 日本"),
-              std::string::npos);
-
-    const auto number = intelligence.call(u"editDistance"_s, Json::array({"kitten", "sitting", 5}));
-    ASSERT_TRUE(number);
-    EXPECT_EQ(*number, 3);
-    EXPECT_TRUE(number->is_number_integer());
+    EXPECT_TRUE(distance->is_number_integer());
 }
 
 TEST_F(DictationIntelligenceCleanupMessages, styleContextAndWordsShapeTheRequest) {

@@ -109,34 +109,6 @@ TEST_F(HostedEngineTest, AFileUpToTheUploadLimitGoesWholeAndOneByteMoreGoesInPar
     EXPECT_EQ(parted->rawTranscript, u"first second"_s);
 }
 
-TEST_F(HostedEngineTest, ARetryAfterTwoFinishedPartsSendsOnlyTheRest) {
-    const QString path = recording(u"long.wav"_s, 44 + 4 * minuteBytes);
-    standIn.script(Json::array({answer("one"), answer("two"),
-                                always({{"path", "dictate"}, {"status", 429}, {"json", {}}})}));
-    // One part at a time, so exactly the first two finish.
-    auto service = makeService(1);
-    auto failed = run(service.transcribe(request(path)));
-    ASSERT_FALSE(failed);
-    EXPECT_EQ(failed.error(),
-              TranscriptionServiceError::engine(
-                  HostedError::rateLimited(std::nullopt).message(HostedMessageContext::dictation)));
-    EXPECT_EQ(standIn.requests().size(), 3u);
-
-    standIn.reset();
-    standIn.script(Json::array({answer("three"), answer("four")}));
-    auto retried = run(service.transcribe(request(path)));
-    ASSERT_TRUE(retried) << retried.error().message().toStdString();
-    const Json seen = standIn.requests();
-    ASSERT_EQ(seen.size(), 2u);
-    // Each minute of the recording holds its own sample value: 3 and 4.
-    QList<char> minutes;
-    for (const Json& sent : seen)
-        minutes << sentAudio(sent).back();
-    std::sort(minutes.begin(), minutes.end());
-    EXPECT_EQ(minutes, (QList<char>{3, 4}));
-    EXPECT_EQ(retried->rawTranscript, u"one two three four"_s);
-}
-
 TEST_F(HostedEngineTest, NoMoreThanTheConcurrentSectionsAreSentAtOnce) {
     for (const int concurrent : {2, 3}) {
         standIn.reset();

@@ -3,6 +3,8 @@
 #include "context/AppContext.h"
 #include "model/WritingSurface.h"
 #include "notes/NotesStore.h"
+#include "platform/InstanceBus.h"
+#include "session/SingleInstanceCoordinator.h"
 
 #include <QApplication>
 #include <QMenu>
@@ -86,6 +88,20 @@ bool QuendraApp::start() {
     // A desktop without a tray would leave no way back in: keep the window then.
     if (!QSystemTrayIcon::isSystemTrayAvailable())
         QApplication::setQuitOnLastWindowClosed(true);
+
+    // Test runs stay out of the other copies' way, and out of their reach.
+    if (!context.qa().any()) {
+        InstanceBus& instances = context.instanceBus();
+        connect(&instances, &InstanceBus::showWindowRequested, this, [this] {
+            qInfo("parlevo: another copy asked for the main window");
+            showMainWindow();
+        });
+        connect(&instances, &InstanceBus::quitRequested, qApp, &QCoreApplication::quit);
+        if (!instances.publish(SingleInstanceCoordinator::resolvedLocation(
+                QCoreApplication::applicationFilePath())))
+            qWarning(
+                "parlevo: the session bus is not reachable; other copies cannot find this one");
+    }
 
     if (context.qa().quitAfterLaunch) {
         QTimer::singleShot(500, qApp, [] {

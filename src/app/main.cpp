@@ -2,6 +2,7 @@
 #include "cli/CommandLine.h"
 #include "context/AppContext.h"
 #include "model/ApplicationId.h"
+#include "session/SingleInstanceCoordinator.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -63,6 +64,11 @@ int main(int argc, char** argv) {
     QGuiApplication::setDesktopFileName(QStringLiteral(QUENDRA_APPLICATION_ID));
     QApplication::setQuitOnLastWindowClosed(false);
     quendra::AppContext context(arguments, quendra::AppContext::Front::application);
+    // Before anything else starts: a copy that defers to the installed one
+    // has brought that one to the front and goes no further.
+    if (!context.qa().any() && !quendra::SingleInstanceCoordinator::shouldContinueLaunching(
+                                   QCoreApplication::applicationFilePath(), context.instanceBus()))
+        return 0;
     quendra::QuendraApp parlevo(context);
     if (!parlevo.start())
         return 1;

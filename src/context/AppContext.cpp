@@ -17,6 +17,7 @@
 #include "platform/AudioSource.h"
 #include "platform/CredentialBackend.h"
 #include "platform/IdleInhibitor.h"
+#include "platform/InstanceBus.h"
 #include "platform/MicrophonePermission.h"
 #include "platform/UrlOpener.h"
 #include "session/HotKeyManager.h"
@@ -258,6 +259,13 @@ std::expected<HotKeyManager*, QString> AppContext::dictationHotKey() {
 std::expected<HotKeyManager*, QString> AppContext::notesHotKey() {
     QUENDRA_CHECK_THREAD(thread);
     return hotKey(notesKey, HotKeyManager::notesIdentifier);
+}
+
+InstanceBus& AppContext::instanceBus() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (!instances)
+        instances = InstanceBus::create();
+    return *instances;
 }
 
 } // namespace quendra

@@ -25,6 +25,7 @@ class HostedTokenStore;
 class HotKeyManager;
 class IdleInhibitor;
 class InsertionService;
+class InstanceBus;
 class LocalWorker;
 class MicrophonePermission;
 class NoteRecorder;
@@ -95,6 +96,9 @@ public:
     std::expected<HotKeyManager*, QString> dictationHotKey();
     std::expected<HotKeyManager*, QString> notesHotKey();
 
+    // The other running copies of the application, and this one's place among them.
+    InstanceBus& instanceBus();
+
 private:
     std::expected<HotKeyManager*, QString> hotKey(std::unique_ptr<HotKeyManager>& manager,
                                                   std::uint32_t identifier);
@@ -135,6 +139,7 @@ private:
     std::unique_ptr<AppTargetTracker> tracker;
     std::unique_ptr<HotKeyManager> dictationKey;
     std::unique_ptr<HotKeyManager> notesKey;
+    std::unique_ptr<InstanceBus> instances;
 };
 
 } // namespace quendra

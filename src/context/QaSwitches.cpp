@@ -14,6 +14,7 @@ constexpr auto bundlePrefix = u"--qa-target-bundle=";
 QaSwitches QaSwitches::parse(const QStringList& arguments) {
     QaSwitches switches;
     for (const QString& argument : arguments) {
+        switches.present = switches.present || argument.startsWith(prefix);
         if (argument == u"--qa-quit-after-launch"_s)
             switches.quitAfterLaunch = true;
         else if (argument == u"--qa-target-log"_s)

@@ -13,6 +13,10 @@ struct QaSwitches {
     bool insertTiming = false;    // --qa-insert-timing
     bool hotKeyLog = false;       // --qa-hotkey-log
     QString targetBundle;         // --qa-target-bundle=ID: only this application is a target
+    bool present = false;         // any --qa- switch, known or not
+
+    // Whether this is a test run at all.
+    bool any() const { return present; }
 
     static QaSwitches parse(const QStringList& arguments);
     // The arguments without the switches, for the command line.

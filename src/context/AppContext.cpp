@@ -34,6 +34,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
+namespace {
+
+// The object in `slot`, made by `make` on the first call.
+template <typename Pointer, typename Make>
+auto& made(Pointer& slot, Make make) {
+    if (!slot)
+        slot = make();
+    return *slot;
+}
+
+} // namespace
+
 AppContext::AppContext(const QStringList& arguments, Front front, QObject* parent)
     : QObject(parent)
     , switches(QaSwitches::parse(arguments))
@@ -45,51 +57,37 @@ AppContext::~AppContext() {
 
 UserDefaults& AppContext::defaults() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!defaultsDatabase)
-        defaultsDatabase = std::make_unique<UserDefaults>();
-    return *defaultsDatabase;
+    return made(defaultsDatabase, [&] { return std::make_unique<UserDefaults>(); });
 }
 
 AppDataStore& AppContext::store() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!dataStore)
-        dataStore = std::make_unique<AppDataStore>(defaults());
-    return *dataStore;
+    return made(dataStore, [&] { return std::make_unique<AppDataStore>(defaults()); });
 }
 
 NotesStore& AppContext::notes() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!notesStore)
-        notesStore = std::make_unique<NotesStore>();
-    return *notesStore;
+    return made(notesStore, [&] { return std::make_unique<NotesStore>(); });
 }
 
 PendingRecordingStore& AppContext::pendingRecordings() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!pendingStore)
-        pendingStore = std::make_unique<PendingRecordingStore>();
-    return *pendingStore;
+    return made(pendingStore, [&] { return std::make_unique<PendingRecordingStore>(); });
 }
 
 CredentialBackend& AppContext::keyring() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!credentials)
-        credentials = CredentialBackend::create();
-    return *credentials;
+    return made(credentials, [&] { return CredentialBackend::create(); });
 }
 
 HostedTokenStore& AppContext::tokens() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!tokenStore)
-        tokenStore = std::make_unique<HostedTokenStore>(keyring());
-    return *tokenStore;
+    return made(tokenStore, [&] { return std::make_unique<HostedTokenStore>(keyring()); });
 }
 
 ConnectionStore& AppContext::connections() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!connectionStore)
-        connectionStore = std::make_unique<ConnectionStore>(keyring());
-    return *connectionStore;
+    return made(connectionStore, [&] { return std::make_unique<ConnectionStore>(keyring()); });
 }
 
 HostedClient& AppContext::hostedClient() {
@@ -104,30 +102,24 @@ HostedClient& AppContext::hostedClient() {
 
 AccountModel& AppContext::account() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!accountModel)
-        accountModel = std::make_unique<AccountModel>(hostedClient(), tokens());
-    return *accountModel;
+    return made(accountModel,
+                [&] { return std::make_unique<AccountModel>(hostedClient(), tokens()); });
 }
 
 UrlOpener& AppContext::urlOpener() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!browser)
-        browser = UrlOpener::create();
-    return *browser;
+    return made(browser, [&] { return UrlOpener::create(); });
 }
 
 DictationIntelligence& AppContext::finishing() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!intelligence)
-        intelligence = std::make_shared<DictationIntelligence>();
-    return *intelligence;
+    return made(intelligence, [&] { return std::make_shared<DictationIntelligence>(); });
 }
 
 const QwenInstaller& AppContext::qwenInstaller() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!installer)
-        installer = std::make_unique<QwenInstaller>(applicationDataDirectory());
-    return *installer;
+    return made(installer,
+                [&] { return std::make_unique<QwenInstaller>(applicationDataDirectory()); });
 }
 
 TranscriptionService& AppContext::transcription() {
@@ -170,16 +162,12 @@ TranscriptionService& AppContext::transcription() {
 
 AudioSourceFactory& AppContext::audioSources() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!sources)
-        sources = AudioSourceFactory::create();
-    return *sources;
+    return made(sources, [&] { return AudioSourceFactory::create(); });
 }
 
 MicrophonePermission& AppContext::microphonePermission() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!permission)
-        permission = MicrophonePermission::create();
-    return *permission;
+    return made(permission, [&] { return MicrophonePermission::create(); });
 }
 
 AudioRecorder& AppContext::dictationRecorder() {
@@ -194,9 +182,7 @@ AudioRecorder& AppContext::dictationRecorder() {
 
 NoteRecorder& AppContext::noteRecorder() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!notesRecorder)
-        notesRecorder = std::make_unique<NoteRecorder>(audioSources());
-    return *notesRecorder;
+    return made(notesRecorder, [&] { return std::make_unique<NoteRecorder>(audioSources()); });
 }
 
 std::expected<DesktopServices*, QString> AppContext::desktop() {
@@ -263,9 +249,7 @@ std::expected<HotKeyManager*, QString> AppContext::notesHotKey() {
 
 InstanceBus& AppContext::instanceBus() {
     QUENDRA_CHECK_THREAD(thread);
-    if (!instances)
-        instances = InstanceBus::create();
-    return *instances;
+    return made(instances, [&] { return InstanceBus::create(); });
 }
 
 } // namespace quendra

@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     store.recordingDuration();
     store.dictationStyle();
     store.dictationLanguage();
-    store.dictationModel();
+    store.dictationModel(false);
     if (defaults.readProblem())
         return 0;
     const bool added = store.saveSnippet(u"fuzz"_s, u"expansion"_s).has_value() &&

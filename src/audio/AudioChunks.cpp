@@ -134,6 +134,30 @@ bool isWave(const QString& path) {
     return QFileInfo(path).suffix().compare(u"wav"_s, Qt::CaseInsensitive) == 0;
 }
 
+std::expected<PreparedRecording, ChunkingError>
+writeWaveParts(QFile& file, const WaveLayout& layout, const QList<qint64>& sizes) {
+    const auto folder = makePartsFolder();
+    if (!folder)
+        return std::unexpected(ChunkingError::cannotWriteParts);
+    PreparedRecording prepared{{}, *folder};
+    qint64 offset = 0;
+    for (const qint64 partBytes : sizes) {
+        QFile part(QDir(*folder).filePath(partName(prepared.parts.size(), u"wav"_s)));
+        bool unreadable = false;
+        if (!part.open(QIODevice::WriteOnly) || part.write(waveHeader(layout, partBytes)) != 44 ||
+            !copyRange(file, layout.dataOffset + offset, partBytes, part, &unreadable) ||
+            !part.flush()) {
+            AudioChunks::removeTemporaryFiles(prepared);
+            return std::unexpected(unreadable ? ChunkingError::unsupportedRecording
+                                              : ChunkingError::cannotWriteParts);
+        }
+        prepared.parts.append(AudioPart{part.fileName(), offset * 1000 / layout.byteRate(),
+                                        partBytes * 1000 / layout.byteRate()});
+        offset += partBytes;
+    }
+    return prepared;
+}
+
 } // namespace
 
 QList<qint64> AudioChunks::partSizes(qint64 dataBytes, qint64 blockAlign) {
@@ -174,26 +198,20 @@ std::expected<PreparedRecording, ChunkingError> AudioChunks::prepareWave(const Q
     if (!layout || layout->byteRate() == 0)
         return std::unexpected(ChunkingError::unsupportedRecording);
 
-    const auto folder = makePartsFolder();
-    if (!folder)
-        return std::unexpected(ChunkingError::cannotWriteParts);
-    PreparedRecording prepared{{}, *folder};
-    qint64 offset = 0;
-    for (const qint64 partBytes : partSizes(layout->dataBytes, layout->blockAlign())) {
-        QFile part(QDir(*folder).filePath(partName(prepared.parts.size(), u"wav"_s)));
-        bool unreadable = false;
-        if (!part.open(QIODevice::WriteOnly) || part.write(waveHeader(*layout, partBytes)) != 44 ||
-            !copyRange(file, layout->dataOffset + offset, partBytes, part, &unreadable) ||
-            !part.flush()) {
-            removeTemporaryFiles(prepared);
-            return std::unexpected(unreadable ? ChunkingError::unsupportedRecording
-                                              : ChunkingError::cannotWriteParts);
-        }
-        prepared.parts.append(AudioPart{part.fileName(), offset * 1000 / layout->byteRate(),
-                                        partBytes * 1000 / layout->byteRate()});
-        offset += partBytes;
-    }
-    return prepared;
+    return writeWaveParts(file, *layout, partSizes(layout->dataBytes, layout->blockAlign()));
+}
+
+std::expected<PreparedRecording, ChunkingError> AudioChunks::prepareWholeParts(const QString& path,
+                                                                               int count) {
+    QFile file(path);
+    if (count <= 0 || !file.open(QIODevice::ReadOnly))
+        return std::unexpected(ChunkingError::unsupportedRecording);
+    // The header counts only what the recorder last made durable, so these
+    // parts are already final.
+    const auto layout = readLayout(file);
+    if (!layout || layout->byteRate() == 0 || layout->dataBytes < count * partDataBytes)
+        return std::unexpected(ChunkingError::unsupportedRecording);
+    return writeWaveParts(file, *layout, QList<qint64>(count, partDataBytes));
 }
 
 std::expected<PreparedRecording, ChunkingError>

@@ -43,6 +43,11 @@ public:
     static std::expected<PreparedRecording, ChunkingError> prepare(const QString& path);
     static std::expected<PreparedRecording, ChunkingError> prepareWave(const QString& path);
     static std::expected<PreparedRecording, ChunkingError> prepareCompressed(const QString& path);
+    // The first `count` whole parts of a WAV recording still being written,
+    // cut as prepareWave will cut the finished file; unsupportedRecording
+    // while fewer are on disk.
+    static std::expected<PreparedRecording, ChunkingError> prepareWholeParts(const QString& path,
+                                                                             int count);
     // Deletes the temporary folder, if any; errors are ignored.
     static void removeTemporaryFiles(const PreparedRecording& recording);
 

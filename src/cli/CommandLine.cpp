@@ -75,7 +75,10 @@ bool wantsCommandLine(const QStringList& arguments) {
 
 bool commandNeedsDisplay(const QStringList& arguments) {
     static const QStringList desktopCommands{u"doctor"_s, u"target"_s, u"insert"_s};
-    return desktopCommands.contains(arguments.value(0)) && !arguments.contains(u"--help"_s);
+    const bool copies = arguments.value(0) == u"history"_s && arguments.value(1) == u"retry"_s &&
+                        arguments.contains(u"--copy"_s);
+    return (desktopCommands.contains(arguments.value(0)) || copies) &&
+           !arguments.contains(u"--help"_s);
 }
 
 int finishOutput(int status, QTextStream& out, QTextStream& err) {

@@ -1,6 +1,14 @@
 #include "CommandSupport.h"
 
+#include "Interruption.h"
+
+#include "context/AppContext.h"
+#include "dictation/EntryCompletion.h"
 #include "model/AppDataStore.h"
+#include "platform/Pasteboard.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -34,9 +42,9 @@ int listHistory(Invocation& in) {
     return 0;
 }
 
-int showHistory(Invocation& in) {
-    if (auto status = refuseUnreadable(in))
-        return *status;
+// The entry named by the first argument, or the status of the sentence that
+// says why there is none.
+std::expected<TranscriptEntry, int> namedEntry(Invocation& in) {
     const auto history = in.app.store().history();
     QList<QUuid> ids;
     for (const auto& e : history)
@@ -44,16 +52,27 @@ int showHistory(Invocation& in) {
     const auto [lookup, id] = findIdentifier(in.positionals()[0], ids);
     switch (lookup) {
     case IdLookup::malformed:
-        return in.usageError(u"“%1” is not an entry identifier"_s.arg(in.positionals()[0]));
+        return std::unexpected(
+            in.usageError(u"“%1” is not an entry identifier"_s.arg(in.positionals()[0])));
     case IdLookup::ambiguous:
-        return in.usageError(u"“%1” starts more than one identifier"_s.arg(in.positionals()[0]));
+        return std::unexpected(
+            in.usageError(u"“%1” starts more than one identifier"_s.arg(in.positionals()[0])));
     case IdLookup::missing:
-        return in.failure(u"No history entry has the identifier %1."_s.arg(in.positionals()[0]));
+        return std::unexpected(
+            in.failure(u"No history entry has the identifier %1."_s.arg(in.positionals()[0])));
     case IdLookup::found:
         break;
     }
-    const auto& e =
-        *std::find_if(history.begin(), history.end(), [&](const auto& x) { return x.id == id; });
+    return *std::find_if(history.begin(), history.end(), [&](const auto& x) { return x.id == id; });
+}
+
+int showHistory(Invocation& in) {
+    if (auto status = refuseUnreadable(in))
+        return *status;
+    const auto found = namedEntry(in);
+    if (!found)
+        return found.error();
+    const TranscriptEntry& e = *found;
     if (in.flag(u"json"_s)) {
         in.out << QString::fromUtf8(jsonBytes(Json(e), 2)) << Qt::endl;
         return 0;
@@ -68,6 +87,74 @@ int showHistory(Invocation& in) {
         in.out << u"Style: "_s << title(e.dictationSettings->style) << u"\n"_s;
     in.out << u"\n"_s << e.text << Qt::endl;
     return 0;
+}
+
+// Serves the copied text until another program takes the clipboard, as an
+// X11 clipboard owner must, or until the user interrupts.
+int holdClipboard(Invocation& in, Interruption& interruption) {
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    if (!clipboard || !clipboard->ownsClipboard())
+        return int(ExitStatus::success);
+    in.err << u"Copied to the clipboard. Parlevo keeps serving it until something else is "
+              "copied (Ctrl+C to stop)."_s
+           << Qt::endl;
+    QEventLoop loop;
+    QObject::connect(clipboard, &QClipboard::dataChanged, &loop, [&] {
+        if (!clipboard->ownsClipboard())
+            loop.quit();
+    });
+    interruption.onInterrupt = [&] { loop.quit(); };
+    loop.exec();
+    return int(ExitStatus::success);
+}
+
+int retryHistory(Invocation& in) {
+    if (auto status = refuseUnreadable(in))
+        return *status;
+    const auto found = namedEntry(in);
+    if (!found)
+        return found.error();
+    if (!found->isPending())
+        return in.failure(u"That dictation already has its text; nothing to retry."_s);
+    const bool copy = in.flag(u"copy"_s);
+    Pasteboard* pasteboard = nullptr;
+    if (copy) {
+        auto desktop = in.app.desktop();
+        if (!desktop)
+            return in.failure(desktop.error());
+        pasteboard = (*desktop)->pasteboard.get();
+    }
+
+    EntryCompletion completion(in.app.store(), in.app.pendingRecordings(), in.app.transcription(),
+                               [&in] { return in.app.savedSignIn(); });
+    auto cancel = std::make_shared<CancellationFlag>();
+    Interruption interruption;
+    interruption.onInterrupt = [cancel] { cancel->cancel(); };
+    auto outcome = QCoro::waitFor(completion.complete(
+        found->id,
+        [&in](TranscriptionProgress progress) {
+            if (progress.totalParts > 1)
+                in.err << u"Part %1 of %2 transcribed.\n"_s.arg(progress.finishedParts)
+                              .arg(progress.totalParts)
+                       << Qt::flush;
+        },
+        cancel));
+    if (interruption.requested()) {
+        in.err << u"The transcription was interrupted; the recording stays in History."_s
+               << Qt::endl;
+        return interruption.exitStatus();
+    }
+    if (!outcome)
+        return in.failure(outcome.error().message);
+    if (outcome->result.fallbackUsed)
+        in.err << u"parlevo: %1 was used instead.\n"_s.arg(title(outcome->result.model))
+               << Qt::flush;
+    in.out << outcome->entry.text << Qt::endl;
+    if (!copy)
+        return int(ExitStatus::success);
+    pasteboard->clearContents();
+    pasteboard->setString(outcome->entry.text);
+    return holdClipboard(in, interruption);
 }
 
 } // namespace
@@ -89,6 +176,15 @@ int runHistoryCommand(AppContext& app, const QStringList& arguments, QTextStream
          {u"json"_s},
          {},
          showHistory},
+        {u"retry"_s,
+         {u"history retry ID [--copy]"_s,
+          u"Transcribes a dictation again from its kept recording, with the settings it was\n"
+          "recorded with, stores the text in History and prints it. --copy also puts it on\n"
+          "the clipboard and stays to serve it until something else is copied."_s},
+         1,
+         {u"copy"_s},
+         {},
+         retryHistory},
     };
     return dispatch(app, u"history"_s, subcommands, arguments, out, err);
 }

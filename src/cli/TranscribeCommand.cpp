@@ -45,7 +45,7 @@ int transcribe(Invocation& in) {
     request.fileURL = info.absoluteFilePath();
     request.style = store.dictationStyle();
     request.language = store.dictationLanguage();
-    request.model = store.dictationModel();
+    request.model = store.dictationModel(in.app.savedSignIn());
     request.allowFallback = store.allowModelFallback();
     request.dictionary = store.dictionaryEntries();
     request.replyAssist = store.replyAssist();

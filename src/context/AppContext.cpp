@@ -106,6 +106,20 @@ AccountModel& AppContext::account() {
                 [&] { return std::make_unique<AccountModel>(hostedClient(), tokens()); });
 }
 
+bool AppContext::savedSignIn() {
+    switch (tokens().status()) {
+    case HostedTokenStore::Status::session:
+    case HostedTokenStore::Status::accessCode:
+        return true;
+    case HostedTokenStore::Status::signedOut:
+        return false;
+    case HostedTokenStore::Status::locked:
+        // Unreadable because no keyring runs: nothing was ever saved there.
+        return keyring().available();
+    }
+    return false;
+}
+
 UrlOpener& AppContext::urlOpener() {
     QUENDRA_CHECK_THREAD(thread);
     return made(browser, [&] { return UrlOpener::create(); });

@@ -71,6 +71,9 @@ public:
     ConnectionStore& connections();
     HostedClient& hostedClient();
     AccountModel& account();
+    // Whether a sign-in is kept on this computer, unlocked or not; asks the
+    // keyring without prompting.
+    bool savedSignIn();
     // The user's browser, for the sign-in page.
     UrlOpener& urlOpener();
 

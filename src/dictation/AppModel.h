@@ -2,6 +2,7 @@
 
 #include "dictation/DictationPanels.h"
 #include "dictation/EntryCompletion.h"
+#include "hosted/HostedTokenStore.h"
 #include "insertion/InsertionTarget.h"
 #include "model/DictationModel.h"
 #include "model/DictationPhase.h"
@@ -26,7 +27,6 @@ namespace quendra {
 class AppDataStore;
 class AppTargetTracker;
 class AudioRecorder;
-class HostedTokenStore;
 class InsertionService;
 class MicrophonePermission;
 class Pasteboard;
@@ -61,8 +61,8 @@ class AppModel : public QObject {
     Q_PROPERTY(QString lastTranscript READ lastTranscript NOTIFY stateChanged)
     Q_PROPERTY(bool fieldMicrophoneEnabled READ fieldMicrophoneEnabled WRITE
                    setFieldMicrophoneEnabled NOTIFY stateChanged)
-    Q_PROPERTY(QStringList transcribingHistoryIDs READ transcribingHistoryIDList NOTIFY
-                   stateChanged)
+    Q_PROPERTY(
+        QStringList transcribingHistoryIDs READ transcribingHistoryIDList NOTIFY stateChanged)
     Q_PROPERTY(QString transcriptionCheckTitle READ transcriptionCheckTitle NOTIFY stateChanged)
     Q_PROPERTY(QString dictionaryTestText READ dictionaryTestText NOTIFY stateChanged)
 
@@ -79,6 +79,8 @@ public:
         MicrophonePermission& microphone;
         DictationPanels& panels;
         HostedTokenStore* tokens = nullptr;
+        // Whether a sign-in is kept on this computer (see AppContext::savedSignIn).
+        std::function<bool()> savedSignIn{};
         Pasteboard* pasteboard = nullptr;
         InsertionService* insertion = nullptr;
         AppTargetTracker* targetTracker = nullptr;
@@ -120,6 +122,8 @@ public:
     void setNotesHotKeyError(std::optional<QString> error);
     void setAccessibilityState(bool granted, QString setupMessage);
     void setConnectionCheck(std::function<QCoro::Task<std::expected<void, QString>>()> check);
+    // Reads the settings again after another process changed them.
+    void reloadDefaults();
 
     // Observable state.
     const DictationPhase& currentPhase() const { return phaseValue; }
@@ -169,35 +173,49 @@ Q_SIGNALS:
     void entryCompleted(const QUuid& id);
 
 private:
-    struct RecordingState;
-
     void setPhase(DictationPhase phase);
     void meterTick();
     double now() const;
-    std::optional<InsertionTarget> captureRecordingTarget(bool allowRememberedTarget) const;
-    std::optional<InsertionTarget> captureCompletionTarget() const;
-    DictationSessionSettings freezeSettings(const std::optional<InsertionTarget>& target);
+    bool canStart() const;
+    bool savedSignIn() const;
+    void refreshPermissions();
+    std::optional<InsertionTarget> captureRecordingTarget(bool allowRememberedTarget);
+    std::optional<InsertionTarget> captureCompletionTarget();
+    DictationSessionSettings freezeSettings(const std::optional<InsertionTarget>& target,
+                                            DictationModel model);
+    std::optional<QString> reasonNotToRecord(DictationModel model) const;
+    void removeEntry(const QUuid& id);
+    std::optional<DictationModel> dictationModelOf(const QUuid& id) const;
+
     HudState hudState(HudState::Kind kind, QString message = {}) const;
-    void showSetupAlert(const QString& detail);
+    void showHud(const HudState& state, const std::optional<InsertionTarget>& near);
+    void hideHud();
+    void showAlert(const DictationAlert& alert);
+    void dismissAlert();
+    void showSetupAlert(const QString& title, const QString& detail);
     void showRecordingAlert(const QString& title, const QString& detail);
     void refreshFieldMicrophone();
-    bool signInMissing(QString* sentence) const;
 
     QCoro::Task<> startHistoryTranscription(QUuid id, std::optional<InsertionTarget> target,
                                             bool foreground);
     void processCompletedDictationSections(double seconds);
-    QCoro::Task<> transcribeLiveSections(QUuid id, QString path, int sections);
+    QCoro::Task<> transcribeLiveSections(QString path, int sections);
     void finishFailedTranscription(const QUuid& id, const EntryCompletion::Failure& failure);
     void beginPlacement(const QString& text, const QString& message);
     void copyRecoveredEntry(const TranscriptEntry& entry, bool onlyIfAlertMatches);
     bool copyToClipboard(const QString& text);
     void onAlertAction(AlertAction action, std::optional<QUuid> entryID);
-    QCoro::Task<> runDictionaryTest();
-    QCoro::Task<> runConnectionCheck();
+    void startDictionaryTest();
+    void finishDictionaryTest();
+    QCoro::Task<> runDictionaryTest(QString path);
+
+    static constexpr int hudLingerMs = 4000;
 
     MainThreadChecker checker;
     Parts parts;
     EntryCompletion completion;
+    // Cleared when the model goes, so that a task resuming later touches nothing.
+    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 
     DictationPhase phaseValue;
     QString elapsedText = QStringLiteral("0:00");
@@ -208,10 +226,14 @@ private:
     bool microphoneOk = true;
     bool accessibilityOk = true;
     QString accessibilitySetup;
+    HostedTokenStore::Status signInStatus = HostedTokenStore::Status::signedOut;
+    bool signInSaved = false;
     QString lastText;
     TranscriptionCheckPhase checkPhase;
     DictionaryTestPhase testPhase;
+    Cancellation testCancel;
     std::function<QCoro::Task<std::expected<void, QString>>()> connectionCheck;
+    QTimer hudTimer;
 
     // Targets.
     std::optional<InsertionTarget> currentTarget;
@@ -225,9 +247,8 @@ private:
     std::optional<double> recordingStartedAt;
     double activeRecordingLimit = 0;
     int liveDictationBoundary = 0;
-    bool liveDictationRunning = false;
+    Cancellation liveCancel;
     QTimer meterTimer;
-    bool starting = false;
 
     // Completion and placement.
     std::optional<QUuid> activeForegroundTranscription;
@@ -238,7 +259,6 @@ private:
     std::optional<QString> pendingText;
     bool placementInsertionInFlight = false;
     std::optional<DictationAlert> shownAlert;
-    bool dictionaryTestRunning = false;
 };
 
 } // namespace quendra

@@ -48,8 +48,12 @@ public:
         QString styleTitle;
     };
 
-    EntryCompletion(AppDataStore& store, PendingRecordingStore& pendingRecordings,
-                    TranscriptionService& transcription);
+    // `savedSignIn` tells whether a sign-in is kept, which decides the model
+    // of entries recorded before the model was frozen with them.
+    EntryCompletion(
+        AppDataStore& store, PendingRecordingStore& pendingRecordings,
+        TranscriptionService& transcription,
+        std::function<bool()> savedSignIn = [] { return false; });
 
     // The entry's kept recording, when both still exist.
     std::optional<QString> recordingPath(const QUuid& id) const;
@@ -78,6 +82,7 @@ private:
     AppDataStore& store;
     PendingRecordingStore& pendingRecordings;
     TranscriptionService& transcription;
+    std::function<bool()> savedSignIn;
 };
 
 } // namespace quendra

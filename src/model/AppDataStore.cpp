@@ -365,6 +365,12 @@ StoreResult<> AppDataStore::importHistory(const TranscriptEntry& entry) {
     });
 }
 
+StoreResult<> AppDataStore::removeHistory(const QUuid& id) {
+    return changeHistory([&](QList<TranscriptEntry>& entries) {
+        entries.removeIf([&](const auto& e) { return e.id == id; });
+    });
+}
+
 QMap<WritingSurface, DictationStyle> AppDataStore::surfaceStyles() const {
     QMap<WritingSurface, DictationStyle> styles;
     const auto stored = store.stringMap(Keys::surfaceStyles).value_or(QMap<QString, QString>{});

@@ -93,7 +93,9 @@ public:
     // History, newest first; context text older than a day is purged on read.
     QList<TranscriptEntry> history() const;
     [[nodiscard]] StoreResult<> addHistory(const TranscriptEntry& entry);
+    // Replaces the entry with the same identifier where it stands, or adds it.
     [[nodiscard]] StoreResult<> importHistory(const TranscriptEntry& entry);
+    [[nodiscard]] StoreResult<> removeHistory(const QUuid& id);
 
     // Per-surface style overrides.
     QMap<WritingSurface, DictationStyle> surfaceStyles() const;
@@ -127,7 +129,10 @@ public:
     setNotesRecordingShortcut(const std::optional<DictationShortcut>& shortcut);
     RecordingDuration recordingDuration() const;
     [[nodiscard]] StoreResult<> setRecordingDuration(RecordingDuration duration);
-    DictationModel dictationModel() const;
+    // The chosen model; with none chosen, the hosted one for someone who has
+    // signed in on this computer and the offline engine for everyone else, so
+    // that a new user dictates at once.
+    DictationModel dictationModel(bool savedSignIn) const;
     [[nodiscard]] StoreResult<> setDictationModel(DictationModel model);
     bool allowModelFallback() const;
     [[nodiscard]] StoreResult<> setAllowModelFallback(bool on);
@@ -138,7 +143,6 @@ public:
 
     // The defaults the getters fall back to.
     static constexpr RecordingDuration defaultRecordingDuration = RecordingDuration::ten;
-    static constexpr DictationModel defaultDictationModel = DictationModel::hosted;
     static constexpr bool defaultAllowModelFallback = true;
     static constexpr bool defaultFieldMicrophoneEnabled = false;
 

@@ -92,8 +92,9 @@ StoreResult<> AppDataStore::setRecordingDuration(RecordingDuration duration) {
     return store.setInteger(Keys::recordingDuration, rawValue(duration));
 }
 
-DictationModel AppDataStore::dictationModel() const {
-    return readEnum(store, Keys::dictationModel, defaultDictationModel);
+DictationModel AppDataStore::dictationModel(bool savedSignIn) const {
+    return readEnum(store, Keys::dictationModel,
+                    savedSignIn ? DictationModel::hosted : DictationModel::offline);
 }
 StoreResult<> AppDataStore::setDictationModel(DictationModel model) {
     return store.setString(Keys::dictationModel, rawValue(model).toString());

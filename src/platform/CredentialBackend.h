@@ -40,6 +40,8 @@ public:
     virtual bool save(const QString& name, const QString& value) = 0;
     // True when the item is gone afterwards (also when there was none).
     virtual bool remove(const QString& name) = 0;
+    // Whether a keyring answers at all; without one nothing can have been saved.
+    virtual bool available() { return true; }
 
     // The desktop's keyring.
     static std::unique_ptr<CredentialBackend> create();

@@ -68,6 +68,13 @@ GroqEngine::post(QString path, QByteArray contentType, QByteArray body, QString 
     co_return Reply{code, reply->readAll()};
 }
 
+std::optional<TranscriptionServiceError> GroqEngine::unavailable(DictationLanguage) const {
+    const std::optional<QString> key = options.key ? options.key() : std::nullopt;
+    if (!key || key->isEmpty())
+        return TranscriptionServiceError::engine(Sentences::noKey);
+    return std::nullopt;
+}
+
 QCoro::Task<EngineResult> GroqEngine::transcribe(EngineRequest request) {
     const Cancellation cancel = request.cancel;
     if (cancel->isCancelled())

@@ -39,6 +39,8 @@ public:
     ~GroqEngine() override;
 
     QCoro::Task<EngineResult> transcribe(EngineRequest request) override;
+    // Without the user's key nothing can be sent.
+    std::optional<TranscriptionServiceError> unavailable(DictationLanguage language) const override;
 
     // "whisper-large-v3" or "whisper-large-v3-turbo".
     static QString speechModel(DictationModel model);

@@ -150,16 +150,24 @@ QCoro::Task<ServiceResult> TranscriptionService::transcribe(TranscriptionRequest
     co_return result;
 }
 
-QCoro::Task<ServiceResult> TranscriptionService::attempt(TranscriptionRequest request,
-                                                         DictationModel model) {
+std::optional<TranscriptionServiceError>
+TranscriptionService::unavailable(DictationModel model, DictationLanguage language) const {
     const std::shared_ptr<TranscriptionEngine> engine = engines.value(model);
     if (!engine)
-        co_return std::unexpected(TranscriptionServiceError::engine(
-            u"%1 is not available in this build yet."_s.arg(title(model))));
-    if (auto reason = engine->unavailable(request.language))
-        co_return std::unexpected(*reason);
+        return TranscriptionServiceError::engine(
+            u"%1 is not available in this build yet."_s.arg(title(model)));
+    return engine->unavailable(language);
+}
 
-    auto prepared = AudioChunks::prepare(request.fileURL);
+QCoro::Task<ServiceResult> TranscriptionService::attempt(TranscriptionRequest request,
+                                                         DictationModel model) {
+    if (auto reason = unavailable(model, request.language))
+        co_return std::unexpected(*reason);
+    const std::shared_ptr<TranscriptionEngine> engine = engines.value(model);
+
+    auto prepared = request.wholePartsOnly > 0
+                        ? AudioChunks::prepareWholeParts(request.fileURL, request.wholePartsOnly)
+                        : AudioChunks::prepare(request.fileURL);
     if (!prepared)
         co_return std::unexpected(chunkingFailure(prepared.error()));
     const TemporaryParts temporary{*prepared};
@@ -233,10 +241,12 @@ QCoro::Task<ServiceResult> TranscriptionService::attempt(TranscriptionRequest re
             co_return std::unexpected(*run->failure);
     }
 
-    QStringList raw;
-    QStringList texts;
     TranscriptionResult result;
     result.model = model;
+    if (request.wholePartsOnly > 0)
+        co_return result;
+    QStringList raw;
+    QStringList texts;
     bool modelFormatted = true;
     bool anyPart = false;
     for (qsizetype i = 0; i < parts.size(); ++i) {

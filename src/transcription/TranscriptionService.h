@@ -28,6 +28,9 @@ struct TranscriptionRequest {
     bool allowFallback = false;
     // Join only the parts finished earlier; send nothing.
     bool completedOnly = false;
+    // While the recording goes on: send only its first this many whole parts,
+    // to be remembered for the final transcription; the result holds no text.
+    int wholePartsOnly = 0;
     std::function<void(TranscriptionProgress)> onProgress;
     Cancellation cancel = std::make_shared<CancellationFlag>();
 };
@@ -54,6 +57,11 @@ public:
 
     QCoro::Task<std::expected<TranscriptionResult, TranscriptionServiceError>>
     transcribe(TranscriptionRequest request);
+
+    // Why a recording for `model` in `language` cannot be transcribed at all
+    // (no engine, no key, not installed, language not understood), or none.
+    std::optional<TranscriptionServiceError> unavailable(DictationModel model,
+                                                         DictationLanguage language) const;
 
     // The failures after which another engine may be tried.
     static bool allowsFallback(const TranscriptionServiceError& error);

@@ -117,6 +117,14 @@ CredentialLookup SecretServiceBackend::lookup(const QString& name, bool allowInt
     return CredentialLookup::of(QString::fromUtf8(text));
 }
 
+bool SecretServiceBackend::available() {
+    GError* raw = nullptr;
+    const auto service = GObjectRef<SecretService>::adopt(
+        secret_service_get_sync(SECRET_SERVICE_NONE, nullptr, &raw));
+    ErrorPtr error(raw);
+    return static_cast<bool>(service);
+}
+
 bool SecretServiceBackend::save(const QString& name, const QString& value) {
     GError* raw = nullptr;
     const QByteArray account = name.toUtf8();

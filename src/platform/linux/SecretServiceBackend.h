@@ -13,6 +13,7 @@ public:
     CredentialLookup lookup(const QString& name, bool allowInteraction) override;
     bool save(const QString& name, const QString& value) override;
     bool remove(const QString& name) override;
+    bool available() override;
 };
 
 } // namespace quendra

@@ -19,10 +19,14 @@ namespace quendra {
 
 namespace {
 
+// How long any other copy is waited for: one that does not answer by then is
+// busy or hung.
+constexpr int answerTimeout = 2000;
+
 const QString notRunning = u"Parlevo is not running. Start it, then try again."_s;
 const QString notAnswering =
-    u"Parlevo is running but did not answer within 2 seconds; it may be busy or stuck. Try "
-    "again in a moment, or quit Parlevo and start it again."_s;
+    u"Parlevo is running but did not answer within %1 seconds; it may be busy or stuck. Try "
+    "again in a moment, or quit Parlevo and start it again."_s.arg(answerTimeout / 1000);
 
 QString failureSentence(const QDBusMessage& reply) {
     const QDBusError::ErrorType type = QDBusError(reply).type();

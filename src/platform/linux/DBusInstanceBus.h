@@ -43,10 +43,6 @@ private:
     // Calls `method` on the copy a command line controls and gives its reply.
     std::expected<QDBusMessage, QString> request(const QString& method);
 
-    // How long any other copy is waited for: one that does not answer by then
-    // is busy or hung.
-    static constexpr int answerTimeout = 2000;
-
     QString published;
     std::function<QString()> statusProvider;
 };

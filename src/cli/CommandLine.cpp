@@ -23,6 +23,7 @@ const QString overview =
     "  parlevo                 start the application (needs a graphical display)\n"
     "  parlevo words ...       your Words: preferred spellings and how they are heard\n"
     "  parlevo snippets ...    voice snippets: spoken triggers and their texts\n"
+    "  parlevo dictation ...   start, finish or cancel a dictation in the running application\n"
     "  parlevo history ...     the history of your dictations\n"
     "  parlevo notes ...       recorded calls and meetings\n"
     "  parlevo finish          finish a raw transcript from standard input as dictation\n"
@@ -46,7 +47,7 @@ GroupRunner groupRunner(const QString& name) {
         {u"finish"_s, runFinishCommand},   {u"account"_s, runAccountCommand},
         {u"record"_s, runRecordCommand},   {u"transcribe"_s, runTranscribeCommand},
         {u"doctor"_s, runDoctorCommand},   {u"target"_s, runTargetCommand},
-        {u"insert"_s, runInsertCommand},
+        {u"insert"_s, runInsertCommand},   {u"dictation"_s, runDictationCommand},
     };
     return groups.value(name, nullptr);
 }

@@ -120,6 +120,9 @@ int runFinishCommand(AppContext& app, const QStringList& arguments, QIODevice& i
                      QTextStream& out, QTextStream& err);
 int runAccountCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
                       QTextStream& err);
+// Asks the running application to start, finish or drop a dictation.
+int runDictationCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
+                        QTextStream& err);
 int runRecordCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
                      QTextStream& err);
 // "notes record": records a note into the notes store.

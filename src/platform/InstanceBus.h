@@ -4,6 +4,8 @@
 #include <QObject>
 #include <QString>
 
+#include <expected>
+#include <functional>
 #include <memory>
 
 namespace quendra {
@@ -16,8 +18,8 @@ struct RunningInstance {
 };
 
 // The running copies of the application in this desktop session, and this
-// copy's own place among them: others can ask it to show its window or to
-// quit. Main thread only.
+// copy's own place among them: others can ask it to show its window, to quit,
+// to start or stop a dictation and how it is doing. Main thread only.
 class InstanceBus : public QObject {
     Q_OBJECT
 public:
@@ -33,12 +35,29 @@ public:
     // Makes this copy, installed at `location`, reachable by the others.
     virtual bool publish(const QString& location) = 0;
 
+    // What this copy answers when asked how it is doing: one line, such as
+    // "ready" or "recording 0:12". Until a provider is set it answers
+    // "starting".
+    virtual void setStatusProvider(std::function<QString()> provider) = 0;
+
+    // Requests to the running copy a command line controls: the installed
+    // copy when one runs, else the first other copy that answers. Each waits
+    // for the copy to take the request, never longer than a few seconds; the
+    // error is the sentence for the user.
+    virtual std::expected<void, QString> toggle() = 0;
+    virtual std::expected<void, QString> cancel() = 0;
+    virtual std::expected<QString, QString> status() = 0;
+
     // The session bus; a bus that cannot be reached has no other copies.
     static std::unique_ptr<InstanceBus> create();
 
 Q_SIGNALS:
     void showWindowRequested();
     void quitRequested();
+    // Another process asked this copy to start or finish a dictation, or to
+    // drop the one under way.
+    void toggleRequested();
+    void cancelRequested();
 };
 
 } // namespace quendra

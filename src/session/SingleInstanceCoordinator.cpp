@@ -19,6 +19,18 @@ QStringList installedLocations() {
             resolvedLocation(u"/usr/bin/parlevo"_s)};
 }
 
+namespace {
+
+std::optional<RunningInstance> installedAmong(const QStringList& installed,
+                                              const QList<RunningInstance>& others) {
+    for (const RunningInstance& other : others)
+        if (installed.contains(other.location))
+            return other;
+    return std::nullopt;
+}
+
+} // namespace
+
 Decision decide(const QString& selfLocation, const QStringList& installed,
                 const QList<RunningInstance>& others) {
     Decision decision;
@@ -26,15 +38,22 @@ Decision decide(const QString& selfLocation, const QStringList& installed,
         decision.quit = others;
         return decision;
     }
-    for (const RunningInstance& other : others) {
-        if (installed.contains(other.location)) {
-            decision.continueLaunching = false;
-            decision.activate = other;
-            return decision;
-        }
+    if (auto other = installedAmong(installed, others)) {
+        decision.continueLaunching = false;
+        decision.activate = std::move(other);
+        return decision;
     }
     // Copies from elsewhere may run side by side: none of them is the one to defer to.
     return decision;
+}
+
+std::optional<RunningInstance> commandTarget(const QStringList& installed,
+                                             const QList<RunningInstance>& others) {
+    if (auto other = installedAmong(installed, others))
+        return other;
+    if (others.isEmpty())
+        return std::nullopt;
+    return others.first();
 }
 
 bool shouldContinueLaunching(const QString& selfLocation, InstanceBus& bus) {

@@ -29,6 +29,11 @@ QString resolvedLocation(const QString& path);
 Decision decide(const QString& selfLocation, const QStringList& installed,
                 const QList<RunningInstance>& others);
 
+// The copy among `others` that a command line controls: the installed one,
+// else the first; none when there is no other copy.
+std::optional<RunningInstance> commandTarget(const QStringList& installed,
+                                             const QList<RunningInstance>& others);
+
 // Asks the others on `bus` and acts on the decision. Test runs are exempt:
 // their caller does not ask.
 bool shouldContinueLaunching(const QString& selfLocation, InstanceBus& bus);

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "DBusInstanceBus.h"
 #include "model/ApplicationId.h"
-#include "platform/InstanceBus.h"
 
+#include <QMetaObject>
 #include <QObject>
 #include <QString>
 
@@ -15,7 +16,7 @@ class DBusApplicationObject : public QObject {
     Q_CLASSINFO("D-Bus Interface", QUENDRA_APPLICATION_ID ".Application")
     Q_PROPERTY(QString Location READ location SCRIPTABLE true)
 public:
-    DBusApplicationObject(InstanceBus& bus, QString location)
+    DBusApplicationObject(DBusInstanceBus& bus, QString location)
         : QObject(&bus)
         , bus(bus)
         , path(std::move(location)) {}
@@ -24,9 +25,18 @@ public:
 public Q_SLOTS:
     Q_SCRIPTABLE void ShowWindow() { Q_EMIT bus.showWindowRequested(); }
     Q_SCRIPTABLE void Quit() { Q_EMIT bus.quitRequested(); }
+    // The caller is answered at once; starting or stopping a recording
+    // happens after, so that it never makes the caller wait.
+    Q_SCRIPTABLE void Toggle() {
+        QMetaObject::invokeMethod(&bus, &InstanceBus::toggleRequested, Qt::QueuedConnection);
+    }
+    Q_SCRIPTABLE void Cancel() {
+        QMetaObject::invokeMethod(&bus, &InstanceBus::cancelRequested, Qt::QueuedConnection);
+    }
+    Q_SCRIPTABLE QString Status() { return bus.statusLine(); }
 
 private:
-    InstanceBus& bus;
+    DBusInstanceBus& bus;
     QString path;
 };
 

@@ -51,6 +51,17 @@ TEST(SingleInstanceCoordinator, CopiesFromElsewhereRunSideBySide) {
     }
 }
 
+TEST(SingleInstanceCoordinator, ACommandLineControlsTheInstalledCopyElseTheFirstOther) {
+    const auto installedOne =
+        Coordinator::commandTarget({installed}, {at(download, 7), at(installed, 9)});
+    ASSERT_TRUE(installedOne);
+    EXPECT_EQ(installedOne->processId, 9);
+    const auto first = Coordinator::commandTarget({installed}, {at(download, 7), at(buildCopy, 8)});
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->processId, 7);
+    EXPECT_FALSE(Coordinator::commandTarget({installed}, {}));
+}
+
 TEST(SingleInstanceCoordinator, ALocationReachedThroughASymbolicLinkIsTheSame) {
     QTemporaryDir dir;
     const QString real = dir.filePath(u"real-parlevo"_s);

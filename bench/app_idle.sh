@@ -32,7 +32,8 @@ ticks_per_second="$(getconf CLK_TCK)"
 start_ticks="$(app_cpu_ticks)"
 start_ns="$(date +%s%N)"
 samples=()
-for _ in $(seq "$seconds"); do
+deadline=$((SECONDS + seconds))
+while ((SECONDS < deadline)); do
     sleep 1
     samples+=("$(app_rss_kb)")
 done

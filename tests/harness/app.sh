@@ -109,7 +109,8 @@ app_clip_ids() { sed -n 's/.*(\(.*\))$/\1/p' "$app_clips/transcription"; }
 # returns once all of their speech has gone through: a second of silence
 # follows them.
 app_play_clip() {
-    local played="$harness_dir/played-$(echo "$@" | md5sum | cut -c1-12).wav" id clips=()
+    local played id clips=()
+    played="$harness_dir/played-$(echo "$@" | md5sum | cut -c1-12).wav"
     for id in "$@"; do clips+=("$(app_clip "$id")"); done
     [ -f "$played" ] || sox "${clips[@]}" "$played" pad 0 1
     sound_play_mic "$played"

@@ -1,9 +1,9 @@
 #include "DictationIntelligence.h"
+#include "ProgramFolders.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QJSEngine>
 #include <QJSValueIterator>
 #include <QThread>
@@ -175,15 +175,7 @@ DictationIntelligence::DictationIntelligence(QString resourceDirectory)
 DictationIntelligence::~DictationIntelligence() = default;
 
 QString DictationIntelligence::defaultResourceDirectory() {
-    const QString installed =
-        QDir(QCoreApplication::applicationDirPath()).filePath(u"../share/parlevo"_s);
-    if (QFileInfo::exists(QDir(installed).filePath(intelligenceScript)))
-        return QDir::cleanPath(installed);
-#ifdef QUENDRA_SOURCE_RESOURCES
-    return QStringLiteral(QUENDRA_SOURCE_RESOURCES);
-#else
-    return QDir::cleanPath(installed);
-#endif
+    return ProgramFolders::resources();
 }
 
 std::expected<DictationIntelligence::Engine*, TranscriptionServiceError>

@@ -85,8 +85,8 @@ public:
     static inline const QString intelligenceScript = QStringLiteral("dictation-intelligence.js");
     static inline const QString promptsScript = QStringLiteral("dictation-prompts.js");
 
-    // Beside the executable: "../share/parlevo" once installed; in a build
-    // tree, where that folder does not exist, the source tree's resources.
+    // ProgramFolders::resources(): the installed data folder, or the source
+    // tree's resources for a program of the build tree.
     static QString defaultResourceDirectory();
 
 private:

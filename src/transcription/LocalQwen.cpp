@@ -1,6 +1,6 @@
 #include "transcription/LocalQwen.h"
+#include "transcription/ProgramFolders.h"
 
-#include <QCoreApplication>
 #include <QDir>
 
 using namespace Qt::Literals::StringLiterals;
@@ -17,10 +17,7 @@ WorkerCommand LocalQwen::command(const QwenInstaller& installer, const QString& 
 }
 
 QString LocalQwen::defaultWorkerScript() {
-    const QDir installed(QCoreApplication::applicationDirPath() + u"/../share/parlevo"_s);
-    if (installed.exists())
-        return installed.filePath(u"qwen-worker.py"_s);
-    return QStringLiteral(QUENDRA_SOURCE_RESOURCES "/qwen-worker.py");
+    return QDir(ProgramFolders::resources()).filePath(u"qwen-worker.py"_s);
 }
 
 LocalEngineSentences LocalQwen::sentences() {
@@ -41,7 +38,7 @@ WorkerCommand OfflineSpeech::command(const QString& workerProgram) {
 }
 
 QString OfflineSpeech::installedWorker() {
-    return QDir(QCoreApplication::applicationDirPath()).filePath(workerName);
+    return ProgramFolders::helper(workerName);
 }
 
 LocalEngineSentences OfflineSpeech::sentences() {

@@ -12,8 +12,7 @@ public:
     static inline const QString queueLabel = QStringLiteral("quendra.qwen.worker");
 
     static WorkerCommand command(const QwenInstaller& installer, const QString& workerScript);
-    // "qwen-worker.py" in ../share/parlevo beside the program, or in the
-    // source tree's resources when running from a build tree.
+    // "qwen-worker.py" in ProgramFolders::resources().
     static QString defaultWorkerScript();
     static LocalEngineSentences sentences();
     // "Install Qwen in Settings, then retry." until the model is installed.

@@ -1,0 +1,60 @@
+#!/bin/bash
+# Time from the second press of the dictation shortcut to the text being
+# readable in a focused GTK field (over AT-SPI), less the offline engine's own
+# time, for the installed application with its defaults. The application's
+# --qa-insert-timing lines split the rest: ending the recording, handing it to
+# the engine, finishing the text, inserting it.
+# Usage: bench/dictation_latency.sh BUILD_FOLDER [DICTATIONS] [CLIP_ID]
+set -euo pipefail
+build="$(realpath "$1")"
+dictations="${2:-5}"
+clip="${3:-sense_and_sensibility_01_austen_64kb-0880}"
+root="$(cd "$(dirname "$0")/.." && pwd)"
+source "$root/tests/harness/desktop.sh"
+source "$root/tests/harness/sound.sh"
+source "$root/tests/harness/app.sh"
+target=org.quendra.Bench
+
+desktop_start >/dev/null
+sound_server
+app_install "$build"
+desktop_target "$target"
+app_start --qa-insert-timing
+app_wait_up
+desktop_activate "$target"
+shortcut="$(app_wait_shortcut)"
+
+# The Nth "qa NAME at=MS" line of the log.
+stamp() { sed -n "s/^qa $1 at=//p" "$app_log" | sed -n "$2p"; }
+
+printf '%-3s %9s %9s %9s %9s %9s %9s %9s\n' run total engine "less eng" stop handoff finish insert
+for run in $(seq "$dictations"); do
+    probe focus "$target" single-line
+    probe clear "$target" single-line
+    watch="$harness_dir/watch.out"
+    /usr/bin/python3 "$root/bench/field_filled.py" "$target" single-line 600 >"$watch" &
+    watcher=$!
+    wait_ms 5000 grep -q watching "$watch"
+    app_dictate "$shortcut" "$target" single-line 600 "$clip"
+    wait "$watcher"
+    shown="$(tail -1 "$watch")"
+    pressed="$app_stop_pressed_ms"
+    stopped="$(stamp 'dictation stopped' "$run")"
+    engine_start="$(stamp 'transcription started' "$run")"
+    engine_end="$(stamp 'transcription finished' "$run")"
+    insert="$(stamp 'insert started' "$run")"
+    [ -n "$stopped" ] && [ -n "$engine_start" ] && [ -n "$engine_end" ] && [ -n "$insert" ] || {
+        echo "the application logged no timing lines for run $run:" >&2
+        grep '^qa ' "$app_log" >&2
+        exit 1
+    }
+    total=$((shown - pressed))
+    engine=$((engine_end - engine_start))
+    printf '%-3s %9s %9s %9s %9s %9s %9s %9s\n' "$run" "$total" "$engine" $((total - engine)) \
+        $((stopped - pressed)) $((engine_start - stopped)) $((insert - engine_end)) \
+        $((shown - insert))
+done
+echo "ms; total = second press to text readable; less eng = total - engine;"
+echo "stop = press to recording closed; handoff = closed to engine started;"
+echo "finish = engine done to insertion started; insert = insertion to text readable"
+app_stop

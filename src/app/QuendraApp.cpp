@@ -1,20 +1,30 @@
 #include "QuendraApp.h"
 
+#include "StatusTray.h"
+#include "audio/AudioRecorder.h"
 #include "context/AppContext.h"
+#include "dictation/AppModel.h"
+#include "hosted/HostedClient.h"
+#include "insertion/AppTargetTracker.h"
+#include "model/AppDataStore.h"
+#include "model/UserDefaults.h"
 #include "model/WritingSurface.h"
 #include "notes/NotesStore.h"
+#include "panels/QuickPanels.h"
 #include "platform/InstanceBus.h"
+#include "session/HotKeyManager.h"
 #include "session/SingleInstanceCoordinator.h"
 
 #include <QApplication>
-#include <QMenu>
-#include <QPainter>
-#include <QPainterPath>
+#include <QDateTime>
+#include <QFileInfo>
+#include <QFileSystemWatcher>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QQuickWindow>
-#include <QSystemTrayIcon>
 #include <QTimer>
+
+#include <cstdio>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -22,24 +32,9 @@ namespace quendra {
 
 namespace {
 
-// A microphone drawn at run time, so the tray needs no image plug-in.
-QIcon microphoneIcon() {
-    QPixmap pixmap(64, 64);
-    pixmap.fill(Qt::transparent);
-    QPainter p(&pixmap);
-    p.setRenderHint(QPainter::Antialiasing);
-    p.setPen(QPen(QColor(0x2b, 0x6c, 0xb0), 5, Qt::SolidLine, Qt::RoundCap));
-    p.setBrush(QColor(0x2b, 0x6c, 0xb0));
-    p.drawRoundedRect(QRectF(22, 6, 20, 34), 10, 10);
-    p.setBrush(Qt::NoBrush);
-    QPainterPath cup;
-    cup.moveTo(14, 30);
-    cup.cubicTo(14, 52, 50, 52, 50, 30);
-    p.drawPath(cup);
-    p.drawLine(32, 48, 32, 58);
-    p.drawLine(22, 58, 42, 58);
-    return QIcon(pixmap);
-}
+const QString accessibilityOff =
+    u"Parlevo can't see which text field has focus because the desktop's accessibility bus "
+    "is off. Run “parlevo doctor --enable-accessibility”, then log out and back in."_s;
 
 } // namespace
 
@@ -47,9 +42,86 @@ QuendraApp::QuendraApp(AppContext& context, QObject* parent)
     : QObject(parent)
     , context(context) {}
 
-QuendraApp::~QuendraApp() = default;
+QuendraApp::~QuendraApp() {
+    // The controller goes before the panels and the desktop it talks to.
+    tray.reset();
+    engine.reset();
+    model.reset();
+    panels.reset();
+}
 
 bool QuendraApp::start() {
+    recoverNotes();
+
+    auto desktop = context.desktop();
+    if (!desktop)
+        qWarning("parlevo: %s", qPrintable(desktop.error()));
+    panels = std::make_unique<QuickPanels>(desktop ? (*desktop)->accessibility.get() : nullptr,
+                                           desktop ? (*desktop)->screens.get() : nullptr);
+    auto insertion = context.insertion();
+    auto tracker = context.targetTracker();
+    model = std::make_unique<AppModel>(AppModel::Parts{
+        .store = context.store(),
+        .pendingRecordings = context.pendingRecordings(),
+        .recorder = context.dictationRecorder(),
+        .dictionaryTestRecorder = &context.dictionaryTestRecorder(),
+        .transcription = context.transcription(),
+        .microphone = context.microphonePermission(),
+        .panels = *panels,
+        .tokens = &context.tokens(),
+        .savedSignIn = [this] { return context.savedSignIn(); },
+        .pasteboard = desktop ? (*desktop)->pasteboard.get() : nullptr,
+        .insertion = insertion ? *insertion : nullptr,
+        .targetTracker = tracker ? *tracker : nullptr,
+    });
+    panels->setMeter(model.get());
+    model->setConnectionCheck([this]() -> QCoro::Task<std::expected<void, QString>> {
+        const auto reply = co_await context.hostedClient().me();
+        if (!reply)
+            co_return std::unexpected(reply.error().message());
+        co_return std::expected<void, QString>{};
+    });
+    connect(model.get(), &AppModel::mainWindowRequested, this, &QuendraApp::showMainWindow);
+
+    engine = std::make_unique<QQmlApplicationEngine>();
+    QStringList sections;
+    for (auto section : allCases<AppSection>())
+        sections << title(section);
+    engine->rootContext()->setContextProperty(u"appSections"_s, sections);
+    engine->rootContext()->setContextProperty(u"dictation"_s, model.get());
+    engine->load(QUrl(u"qrc:/ui/Main.qml"_s));
+    if (engine->rootObjects().isEmpty())
+        return false;
+    QApplication::setWindowIcon(StatusTray::icon(StatusTray::Icon::ready));
+
+    tray = std::make_unique<StatusTray>(*model);
+    connect(tray.get(), &StatusTray::openRequested, this, &QuendraApp::showMainWindow);
+    connect(tray.get(), &StatusTray::quitRequested, qApp, &QCoreApplication::quit);
+    // A desktop without a tray would leave no way in but the window.
+    if (StatusTray::available()) {
+        tray->show();
+    } else {
+        QApplication::setQuitOnLastWindowClosed(true);
+        showMainWindow();
+    }
+
+    registerShortcuts();
+    followTargets();
+    answerOnTheBus();
+    watchSettings();
+    if (context.qa().insertTiming)
+        logTimings();
+
+    if (context.qa().quitAfterLaunch) {
+        QTimer::singleShot(500, qApp, [] {
+            qInfo("parlevo: launched");
+            QCoreApplication::quit();
+        });
+    }
+    return true;
+}
+
+void QuendraApp::recoverNotes() {
     // Notes left recording by a previous run become interrupted notes whose
     // audio can still be processed.
     const NoteRecovery recovery = context.notes().recoverInterrupted();
@@ -59,57 +131,75 @@ bool QuendraApp::start() {
         qWarning("parlevo: %s", qPrintable(sentence));
     for (const StoreError& failure : recovery.failures)
         qWarning("parlevo: %s", qPrintable(failure.message));
+}
 
-    const QIcon icon = microphoneIcon();
-    QApplication::setWindowIcon(icon);
+void QuendraApp::registerShortcuts() {
+    AppDataStore& store = context.store();
+    if (auto hotKey = context.dictationHotKey()) {
+        connect(*hotKey, &HotKeyManager::pressed, model.get(), [this] { model->toggle(false); });
+        if (auto registered = (*hotKey)->registerShortcut(store.dictationShortcut()); !registered)
+            model->setHotKeyError(message(registered.error()));
+    } else {
+        model->setHotKeyError(hotKey.error());
+    }
+    if (const auto notesShortcut = store.notesRecordingShortcut()) {
+        if (auto hotKey = context.notesHotKey()) {
+            if (auto registered = (*hotKey)->registerShortcut(*notesShortcut); !registered)
+                model->setNotesHotKeyError(message(registered.error()));
+        } else {
+            model->setNotesHotKeyError(hotKey.error());
+        }
+    }
+    for (const QString& error : {model->hotKeyError(), model->notesHotKeyError()})
+        if (!error.isEmpty())
+            qWarning("parlevo: %s", qPrintable(error));
+}
 
-    engine = std::make_unique<QQmlApplicationEngine>();
-    QStringList sections;
-    for (auto section : allCases<AppSection>())
-        sections << title(section);
-    engine->rootContext()->setContextProperty(u"appSections"_s, sections);
-    engine->load(QUrl(u"qrc:/ui/Main.qml"_s));
-    if (engine->rootObjects().isEmpty())
-        return false;
+void QuendraApp::followTargets() {
+    auto tracker = context.targetTracker();
+    if (!tracker || !DesktopServices::accessibilityStatus().enabled) {
+        model->setAccessibilityState(false, accessibilityOff);
+        qWarning("parlevo: %s", qPrintable(accessibilityOff));
+        return;
+    }
+    connect(*tracker, &AppTargetTracker::targetChanged, model.get(), &AppModel::updateTarget);
+    (*tracker)->start();
+    model->setAccessibilityState(true, {});
+}
 
-    trayMenu = std::make_unique<QMenu>();
-    trayMenu->addAction(u"Open Parlevo"_s, this, &QuendraApp::showMainWindow);
-    trayMenu->addSeparator();
-    trayMenu->addAction(u"Quit Parlevo"_s, qApp, &QCoreApplication::quit);
-    tray = std::make_unique<QSystemTrayIcon>(icon);
-    tray->setToolTip(u"Parlevo"_s);
-    tray->setContextMenu(trayMenu.get());
-    connect(tray.get(), &QSystemTrayIcon::activated, this, [this](auto reason) {
-        if (reason == QSystemTrayIcon::Trigger)
-            showMainWindow();
-    });
-    tray->show();
-
-    // A desktop without a tray would leave no way back in: keep the window then.
-    if (!QSystemTrayIcon::isSystemTrayAvailable())
-        QApplication::setQuitOnLastWindowClosed(true);
-
+void QuendraApp::answerOnTheBus() {
     // Test runs stay out of the other copies' way, and out of their reach.
-    if (!context.qa().any()) {
-        InstanceBus& instances = context.instanceBus();
-        connect(&instances, &InstanceBus::showWindowRequested, this, [this] {
-            qInfo("parlevo: another copy asked for the main window");
-            showMainWindow();
-        });
-        connect(&instances, &InstanceBus::quitRequested, qApp, &QCoreApplication::quit);
-        if (!instances.publish(SingleInstanceCoordinator::resolvedLocation(
-                QCoreApplication::applicationFilePath())))
-            qWarning(
-                "parlevo: the session bus is not reachable; other copies cannot find this one");
-    }
+    if (context.qa().any())
+        return;
+    InstanceBus& instances = context.instanceBus();
+    connect(&instances, &InstanceBus::showWindowRequested, this, [this] {
+        qInfo("parlevo: another copy asked for the main window");
+        showMainWindow();
+    });
+    connect(&instances, &InstanceBus::quitRequested, qApp, &QCoreApplication::quit);
+    connect(&instances, &InstanceBus::toggleRequested, model.get(),
+            [this] { model->toggle(false); });
+    connect(&instances, &InstanceBus::cancelRequested, model.get(), &AppModel::cancel);
+    instances.setStatusProvider([this] { return model->statusLine(); });
+    if (!instances.publish(
+            SingleInstanceCoordinator::resolvedLocation(QCoreApplication::applicationFilePath())))
+        qWarning("parlevo: the session bus is not reachable; other copies cannot find this one");
+}
 
-    if (context.qa().quitAfterLaunch) {
-        QTimer::singleShot(500, qApp, [] {
-            qInfo("parlevo: launched");
-            QCoreApplication::quit();
-        });
-    }
-    return true;
+void QuendraApp::watchSettings() {
+    // The commands change the same settings and lists while the application runs.
+    const QString path = context.defaults().filePath();
+    settingsWatcher = std::make_unique<QFileSystemWatcher>();
+    settingsWatcher->addPath(QFileInfo(path).absolutePath());
+    connect(settingsWatcher.get(), &QFileSystemWatcher::directoryChanged, model.get(),
+            [this] { model->reloadDefaults(); });
+}
+
+void QuendraApp::logTimings() {
+    connect(model.get(), &AppModel::milestone, this, [](const QString& name) {
+        std::fprintf(stderr, "qa %s at=%lld\n", qUtf8Printable(name),
+                     static_cast<long long>(QDateTime::currentMSecsSinceEpoch()));
+    });
 }
 
 void QuendraApp::showMainWindow() {

@@ -6,15 +6,19 @@
 #include <memory>
 
 class QQmlApplicationEngine;
-class QSystemTrayIcon;
-class QMenu;
+class QFileSystemWatcher;
 
 namespace quendra {
 
 class AppContext;
+class AppModel;
+class QuickPanels;
+class StatusTray;
 
-// The application object: the status item in the system tray and the main
-// window, on the running objects that `context` owns.
+// The application object: on the running objects that `context` owns, it
+// builds the dictation controller with its floating panels, the tray and the
+// main window, registers the shortcuts, follows the focused field and answers
+// the other copies and the commands on the session bus.
 class QuendraApp : public QObject {
     Q_OBJECT
 
@@ -22,17 +26,26 @@ public:
     explicit QuendraApp(AppContext& context, QObject* parent = nullptr);
     ~QuendraApp() override;
 
-    // Shows the tray item and the main window; false when the window could not load.
+    // False when the main window could not load.
     bool start();
 
 public Q_SLOTS:
     void showMainWindow();
 
 private:
+    void recoverNotes();
+    void registerShortcuts();
+    void followTargets();
+    void answerOnTheBus();
+    void watchSettings();
+    void logTimings();
+
     AppContext& context;
+    std::unique_ptr<QuickPanels> panels;
+    std::unique_ptr<AppModel> model;
     std::unique_ptr<QQmlApplicationEngine> engine;
-    std::unique_ptr<QMenu> trayMenu;
-    std::unique_ptr<QSystemTrayIcon> tray;
+    std::unique_ptr<StatusTray> tray;
+    std::unique_ptr<QFileSystemWatcher> settingsWatcher;
 };
 
 } // namespace quendra

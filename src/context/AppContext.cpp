@@ -194,6 +194,12 @@ AudioRecorder& AppContext::dictationRecorder() {
     return *recorder;
 }
 
+AudioRecorder& AppContext::dictionaryTestRecorder() {
+    return made(testRecorder, [&] {
+        return std::make_unique<AudioRecorder>(audioSources(), microphonePermission(), idle.get());
+    });
+}
+
 NoteRecorder& AppContext::noteRecorder() {
     QUENDRA_CHECK_THREAD(thread);
     return made(notesRecorder, [&] { return std::make_unique<NoteRecorder>(audioSources()); });

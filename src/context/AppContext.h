@@ -88,6 +88,8 @@ public:
     AudioSourceFactory& audioSources();
     MicrophonePermission& microphonePermission();
     AudioRecorder& dictationRecorder();
+    // The settings' short practice recording, beside a dictation's own.
+    AudioRecorder& dictionaryTestRecorder();
     NoteRecorder& noteRecorder();
 
     // The desktop: needs a QGuiApplication on a reachable display. The
@@ -135,6 +137,7 @@ private:
     std::unique_ptr<MicrophonePermission> permission;
     std::unique_ptr<IdleInhibitor> idle;
     std::unique_ptr<AudioRecorder> recorder;
+    std::unique_ptr<AudioRecorder> testRecorder;
     std::unique_ptr<NoteRecorder> notesRecorder;
 
     std::unique_ptr<DesktopServices> desktopServices;

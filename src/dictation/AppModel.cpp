@@ -485,6 +485,7 @@ bool AppModel::stop(bool saveOnly) {
     std::optional<InsertionTarget> target = recordingTarget;
     if (!target)
         target = captureCompletionTarget();
+    Q_EMIT milestone(u"dictation stopped"_s);
     setPhase(DictationPhase::transcribing());
     showHud(hudState(HudState::Kind::transcribing), target);
     activeForegroundTranscription = id;
@@ -588,9 +589,13 @@ QCoro::Task<> AppModel::startHistoryTranscription(QUuid id, std::optional<Insert
             showHud(hudState(HudState::Kind::transcribing), recordingTarget);
         Q_EMIT stateChanged();
     };
+    if (foreground)
+        Q_EMIT milestone(u"transcription started"_s);
     auto outcome = co_await completion.complete(id, onProgress, cancel);
     if (!*flag)
         co_return;
+    if (foreground)
+        Q_EMIT milestone(u"transcription finished"_s);
     historyTasks.remove(id);
     transcribing.remove(id);
     const bool isForeground = foreground && activeForegroundTranscription == id;
@@ -640,9 +645,11 @@ QCoro::Task<> AppModel::startHistoryTranscription(QUuid id, std::optional<Insert
         const auto destination = target ? target : captureCompletionTarget();
         bool inserted = false;
         if (destination && parts.insertion) {
+            Q_EMIT milestone(u"insert started"_s);
             const auto result = co_await parts.insertion->insert(done.entry.text, *destination);
             if (!*flag)
                 co_return;
+            Q_EMIT milestone(u"insert finished"_s);
             inserted = result == InsertionResult::inserted;
         }
         if (!inserted) {

@@ -171,6 +171,10 @@ Q_SIGNALS:
     // A completion ended, for the tests and the windows: the entry holds text
     // or its failure.
     void entryCompleted(const QUuid& id);
+    // The steps of the dictation the user waits for, for timing it: "dictation
+    // stopped", "transcription started", "transcription finished", "insert
+    // started", "insert finished".
+    void milestone(const QString& name);
 
 private:
     void setPhase(DictationPhase phase);

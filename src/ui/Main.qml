@@ -8,7 +8,7 @@ ApplicationWindow {
     height: 600
     minimumWidth: 640
     minimumHeight: 420
-    visible: true
+    visible: false
     title: "Parlevo"
 
     RowLayout {

@@ -3,16 +3,19 @@
 //   target                       remembers the focused field of the frontmost application
 //   hud recording|transcribing|copied|failed   shows the pill near that field
 //   meter LEVEL ELAPSED          moves the pill's meter and clock
-//   hide-hud | placement | hide-placement | alert | dismiss-alert | mic | hide-mic | quit
+//   hide-hud                     hides the pill and prints "hud hidden MAPSTATE", the
+//                                X server's state of the pill the moment hideHud returned
+//   placement | hide-placement | alert | dismiss-alert | mic | hide-mic | quit
 // Each command is answered with "done COMMAND" once the panels are drawn and
 // the X server has them; the panels' signals are printed as they come:
-// "cancel pressed", "microphone pressed PID", "alert action INDEX ENTRY".
+// "cancel pressed", "microphone pressed PID", "alert action ACTION ENTRY".
 
 #include "insertion/InsertionService.h"
 #include "panels/QuickPanels.h"
 #include "platform/DesktopServices.h"
 
 #include <QGuiApplication>
+#include <QProcess>
 #include <QQmlPropertyMap>
 #include <QQuickWindow>
 #include <QSocketNotifier>
@@ -34,6 +37,24 @@ void say(const QString& line) {
 }
 
 const QUuid entry = QUuid::fromString(u"{6c1f2a4e-8d3b-4f7a-9e21-5b0c7d9a3f10}"_s);
+
+WId windowId(const QString& title) {
+    for (QWindow* each : QGuiApplication::topLevelWindows())
+        if (each->title() == title && each->isVisible())
+            return each->winId();
+    return 0;
+}
+
+// The X server's word on a window: IsViewable, IsUnMapped or IsUnviewable.
+QString mapState(WId window) {
+    QProcess xwininfo;
+    xwininfo.start(u"xwininfo"_s, {u"-id"_s, QString::number(window)});
+    if (!xwininfo.waitForFinished(10000))
+        return u"unknown"_s;
+    const QString out = QString::fromUtf8(xwininfo.readAllStandardOutput());
+    const qsizetype at = out.indexOf(u"Map State: "_s);
+    return at < 0 ? u"unknown"_s : out.mid(at + 11).section(u'\n', 0, 0).trimmed();
+}
 
 struct Probe {
     DesktopServices& services;
@@ -77,9 +98,11 @@ struct Probe {
             meter.insert(u"level"_s, words.value(1).toDouble());
             meter.insert(u"elapsed"_s, words.value(2));
         } else if (command == u"hide-hud"_s) {
+            const WId pill = windowId(u"Parlevo dictation"_s);
             panels.hideHud();
-            // Printed at once: the pill is to be gone already.
-            say(u"hud hidden"_s);
+            // Asked before this process goes back to its event loop, which
+            // would send the server whatever hideHud left unsent.
+            say(u"hud hidden "_s + mapState(pill));
         } else if (command == u"placement"_s) {
             panels.showPlacement(u"Click a text field to insert your transcript."_s);
         } else if (command == u"hide-placement"_s) {

@@ -116,11 +116,10 @@ keeps_focus "the failed pill" d
 shot "Parlevo dictation" pill-failed
 
 # Gone when hideHud returns: a paste follows at once.
-pill="$(panel_window "Parlevo dictation")"
 echo hide-hud >&7
-wait_ms 5000 grep -qx 'hud hidden' "$log" || fail "hideHud did not return"
-xwininfo -id "$pill" | grep -q 'Map State: IsUnMapped' ||
-    fail "the pill was still mapped when hideHud returned"
+wait_ms 5000 grep -q '^hud hidden' "$log" || fail "hideHud did not return"
+grep -qx 'hud hidden IsUnMapped' "$log" ||
+    fail "the pill was still mapped when hideHud returned: $(grep '^hud hidden' "$log")"
 
 command placement
 wait_ms 5000 panel_shown "Parlevo placement" || fail "the placement prompt did not show"

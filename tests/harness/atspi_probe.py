@@ -6,6 +6,11 @@
   atspi_probe.py text APP FIELD      prints the text of FIELD
   atspi_probe.py clear APP FIELD     empties FIELD
   atspi_probe.py pid APP             prints the process id of APP
+  atspi_probe.py focused APP FIELD   succeeds when FIELD of APP has keyboard focus
+  atspi_probe.py shown PID           prints ROLE<tab>NAME of each named element
+                                     in the showing windows of process PID
+  atspi_probe.py centre PID NAME     prints the screen position "X Y" of the
+                                     middle of the showing element NAME of PID
 APP is the application's window title (its application id).
 """
 import sys
@@ -56,6 +61,42 @@ def field(title, name):
     return node
 
 
+def app_of_process(pid):
+    desktop = Atspi.get_desktop(0)
+    for i in range(desktop.get_child_count()):
+        app = desktop.get_child_at_index(i)
+        if app is not None and app.get_process_id() == pid:
+            return app
+    return None
+
+
+def find_showing(node, name, depth=0):
+    if node is None or depth > 16:
+        return None
+    if depth > 0 and not node.get_state_set().contains(Atspi.StateType.SHOWING):
+        return None
+    if node.get_name() == name and depth > 1:
+        return node
+    for i in range(node.get_child_count()):
+        found = find_showing(node.get_child_at_index(i), name, depth + 1)
+        if found is not None:
+            return found
+    return None
+
+
+def print_named(node, depth=0):
+    if node is None or depth > 16:
+        return
+    states = node.get_state_set()
+    if not states.contains(Atspi.StateType.SHOWING):
+        return
+    name = node.get_name()
+    if name:
+        print(f"{node.get_role_name()}\t{name}")
+    for i in range(node.get_child_count()):
+        print_named(node.get_child_at_index(i), depth + 1)
+
+
 def main():
     command, title = sys.argv[1], sys.argv[2]
     if command == "wait":
@@ -76,6 +117,23 @@ def main():
             if time.time() > deadline:
                 sys.exit(f"{sys.argv[3]} did not take focus")
             time.sleep(0.02)
+    elif command == "focused":
+        node = field(title, sys.argv[3])
+        if not node.get_state_set().contains(Atspi.StateType.FOCUSED):
+            sys.exit(f"{sys.argv[3]} does not have focus")
+    elif command == "shown":
+        app = app_of_process(int(title))
+        if app is None:
+            sys.exit(f"no accessible application with process {title}")
+        for i in range(app.get_child_count()):
+            print_named(app.get_child_at_index(i))
+    elif command == "centre":
+        app = app_of_process(int(title))
+        node = find_showing(app, sys.argv[3]) if app is not None else None
+        if node is None:
+            sys.exit(f"no showing element {sys.argv[3]} in process {title}")
+        box = node.get_component_iface().get_extents(Atspi.CoordType.SCREEN)
+        print(box.x + box.width // 2, box.y + box.height // 2)
     elif command == "clear":
         node = field(title, sys.argv[3])
         node.get_editable_text_iface().set_text_contents("")

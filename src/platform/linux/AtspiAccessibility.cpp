@@ -1,5 +1,6 @@
 #include "AtspiAccessibility.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
@@ -710,7 +711,11 @@ Element AtspiAccessibility::elementAtPosition(QPointF point) {
     const int px = int(point.x()), py = int(point.y());
     // Windows holding the point, active ones first.
     QList<Element> candidates;
-    for (const Element& app : children(desktop))
+    for (const Element& app : children(desktop)) {
+        // Our own windows could not answer while we wait on them, and are
+        // never what sits under the point for the caller.
+        if (processOf(raw(app)) == QCoreApplication::applicationPid())
+            continue;
         for (const Element& window : children(app)) {
             const auto bounds = frame(window);
             if (!bounds || !bounds->contains(point) || !hasState(raw(window), ATSPI_STATE_SHOWING))
@@ -720,6 +725,7 @@ Element AtspiAccessibility::elementAtPosition(QPointF point) {
             else
                 candidates.append(window);
         }
+    }
     if (candidates.isEmpty())
         return {};
     // Hit testing answers one level at a time.

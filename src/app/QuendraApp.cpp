@@ -78,7 +78,7 @@ bool QuendraApp::start() {
     model->setConnectionCheck([this]() -> QCoro::Task<std::expected<void, QString>> {
         const auto reply = co_await context.hostedClient().me();
         if (!reply)
-            co_return std::unexpected(reply.error().message());
+            co_return std::unexpected(describe(reply.error()));
         co_return std::expected<void, QString>{};
     });
     connect(model.get(), &AppModel::mainWindowRequested, this, &QuendraApp::showMainWindow);

@@ -1,5 +1,6 @@
 // Shows the dictation panels on the real desktop for the desktop tests,
-// driven by one command a line on standard input:
+// driven by one command a line on standard input (with --bare, without the
+// desktop's accessibility and screen services):
 //   target                       remembers the focused field of the frontmost application
 //   hud recording|transcribing|copied|failed   shows the pill near that field
 //   meter LEVEL ELAPSED          moves the pill's meter and clock
@@ -187,7 +188,11 @@ int main(int argc, char** argv) {
         say(services.error());
         return 1;
     }
-    QuickPanels panels(services->accessibility.get(), services->screens.get());
+    // --bare: the panels as the application makes them when it has no
+    // accessibility or screen services.
+    const bool bare = app.arguments().contains(u"--bare"_s);
+    QuickPanels panels(bare ? nullptr : services->accessibility.get(),
+                       bare ? nullptr : services->screens.get());
     QQmlPropertyMap meter;
     meter.insert(u"level"_s, 0.0);
     meter.insert(u"elapsed"_s, u"0:00"_s);

@@ -3,13 +3,12 @@
 #include "context/AppContext.h"
 #include "model/WritingSurface.h"
 #include "notes/NotesStore.h"
+#include "panels/StatusIcons.h"
 #include "platform/InstanceBus.h"
 #include "session/SingleInstanceCoordinator.h"
 
 #include <QApplication>
 #include <QMenu>
-#include <QPainter>
-#include <QPainterPath>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QQuickWindow>
@@ -19,29 +18,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
-
-namespace {
-
-// A microphone drawn at run time, so the tray needs no image plug-in.
-QIcon microphoneIcon() {
-    QPixmap pixmap(64, 64);
-    pixmap.fill(Qt::transparent);
-    QPainter p(&pixmap);
-    p.setRenderHint(QPainter::Antialiasing);
-    p.setPen(QPen(QColor(0x2b, 0x6c, 0xb0), 5, Qt::SolidLine, Qt::RoundCap));
-    p.setBrush(QColor(0x2b, 0x6c, 0xb0));
-    p.drawRoundedRect(QRectF(22, 6, 20, 34), 10, 10);
-    p.setBrush(Qt::NoBrush);
-    QPainterPath cup;
-    cup.moveTo(14, 30);
-    cup.cubicTo(14, 52, 50, 52, 50, 30);
-    p.drawPath(cup);
-    p.drawLine(32, 48, 32, 58);
-    p.drawLine(22, 58, 42, 58);
-    return QIcon(pixmap);
-}
-
-} // namespace
 
 QuendraApp::QuendraApp(AppContext& context, QObject* parent)
     : QObject(parent)
@@ -60,7 +36,7 @@ bool QuendraApp::start() {
     for (const StoreError& failure : recovery.failures)
         qWarning("parlevo: %s", qPrintable(failure.message));
 
-    const QIcon icon = microphoneIcon();
+    const QIcon icon = statusIcon(StatusIcon::ready);
     QApplication::setWindowIcon(icon);
 
     engine = std::make_unique<QQmlApplicationEngine>();

@@ -184,4 +184,5 @@ eval "$(xdotool getwindowgeometry --shell "$(panel_window "Parlevo dictation")")
     fail "the bare pill is not in the top right corner: ${WIDTH}x$HEIGHT at $X,$Y"
 echo quit >&7
 wait "$panels_pid" || fail "the bare probe failed: $(cat "$log")"
+"$panels_probe" --icons "$output" || fail "the status icons were not drawn"
 echo "panels: ok (screenshots in $output)"

@@ -1,6 +1,7 @@
 #include "QuendraApp.h"
 
 #include "StatusTray.h"
+#include "panels/StatusIcons.h"
 #include "audio/AudioRecorder.h"
 #include "context/AppContext.h"
 #include "dictation/AppModel.h"
@@ -92,7 +93,7 @@ bool QuendraApp::start() {
     engine->load(QUrl(u"qrc:/ui/Main.qml"_s));
     if (engine->rootObjects().isEmpty())
         return false;
-    QApplication::setWindowIcon(StatusTray::icon(StatusTray::Icon::ready));
+    QApplication::setWindowIcon(statusIcon(StatusIcon::ready));
 
     tray = std::make_unique<StatusTray>(*model);
     connect(tray.get(), &StatusTray::openRequested, this, &QuendraApp::showMainWindow);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "model/MainThreadChecker.h"
+#include "panels/StatusIcons.h"
 
-#include <QIcon>
 #include <QObject>
 
 #include <memory>
@@ -15,7 +15,6 @@ class QSystemTrayIcon;
 namespace quendra {
 
 class AppModel;
-struct DictationPhase;
 
 // The status item in the desktop's tray (a StatusNotifierItem): an icon for
 // the dictation's state and a menu of the things the user does most, kept in
@@ -23,8 +22,6 @@ struct DictationPhase;
 class StatusTray : public QObject {
     Q_OBJECT
 public:
-    enum class Icon { ready, listening, transcribing, attention };
-
     // `model` must outlive the tray. Nothing shows until show().
     explicit StatusTray(AppModel& model, QObject* parent = nullptr);
     ~StatusTray() override;
@@ -38,11 +35,6 @@ public:
 
     // Whether a note is being recorded, which the note item then stops.
     void setNoteRecording(bool recording);
-
-    // The icon for a phase; `setupProblem` when something keeps dictation
-    // from starting (a shortcut not taken, a permission missing).
-    static Icon iconFor(const DictationPhase& phase, bool setupProblem);
-    static QIcon icon(Icon kind);
 
 Q_SIGNALS:
     void noteToggleRequested();
@@ -62,7 +54,7 @@ private:
     QAction* cancelDictation = nullptr;
     QAction* copyLast = nullptr;
     QAction* toggleNote = nullptr;
-    std::optional<Icon> shownIcon;
+    std::optional<StatusIcon> shownIcon;
 };
 
 } // namespace quendra

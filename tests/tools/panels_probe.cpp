@@ -1,5 +1,7 @@
 // Shows the dictation panels on the real desktop for the desktop tests,
-// driven by one command a line on standard input:
+// driven by one command a line on standard input (with --bare, without the
+// desktop's accessibility and screen services; --icons FOLDER writes the
+// status icons there instead):
 //   target                       remembers the focused field of the frontmost application
 //   hud recording|transcribing|copied|failed   shows the pill near that field
 //   meter LEVEL ELAPSED          moves the pill's meter and clock
@@ -12,6 +14,7 @@
 
 #include "insertion/InsertionService.h"
 #include "panels/QuickPanels.h"
+#include "panels/StatusIcons.h"
 #include "platform/DesktopServices.h"
 
 #include <QGuiApplication>
@@ -182,12 +185,31 @@ void answerWhenDrawn(const QString& command) {
 
 int main(int argc, char** argv) {
     QGuiApplication app(argc, argv);
+    if (app.arguments().value(1) == u"--icons"_s) {
+        // The status icons at the tray's largest size, for review.
+        const QString folder = app.arguments().value(2);
+        const std::pair<StatusIcon, QString> icons[] = {
+            {StatusIcon::ready, u"ready"_s},
+            {StatusIcon::listening, u"listening"_s},
+            {StatusIcon::transcribing, u"transcribing"_s},
+            {StatusIcon::attention, u"attention"_s}};
+        for (const auto& [kind, name] : icons)
+            if (!statusIcon(kind).pixmap(64).save(folder + u"/tray-"_s + name + u".png"_s)) {
+                say(u"could not write "_s + folder + u"/tray-"_s + name + u".png"_s);
+                return 1;
+            }
+        return 0;
+    }
     auto services = DesktopServices::connect();
     if (!services) {
         say(services.error());
         return 1;
     }
-    QuickPanels panels(services->accessibility.get(), services->screens.get());
+    // --bare: the panels as the application makes them when it has no
+    // accessibility or screen services.
+    const bool bare = app.arguments().contains(u"--bare"_s);
+    QuickPanels panels(bare ? nullptr : services->accessibility.get(),
+                       bare ? nullptr : services->screens.get());
     QQmlPropertyMap meter;
     meter.insert(u"level"_s, 0.0);
     meter.insert(u"elapsed"_s, u"0:00"_s);

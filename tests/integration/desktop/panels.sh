@@ -167,4 +167,22 @@ wait_ms 5000 sh -c "! xdotool search --onlyvisible --name '^Parlevo microphone\$
     fail "the field microphone stayed"
 
 echo quit >&7
+wait "$panels_pid" || fail "the probe failed: $(cat "$log")"
+
+# Without the desktop's services the pill still shows, in the top right
+# corner of the primary screen.
+"$panels_probe" --bare <"$harness_dir/commands.fifo" >"$log" 2>&1 &
+harness_pids+=("$!")
+panels_pid="$!"
+wait_ms 10000 grep -qx ready "$log" || fail "the bare probe did not start: $(cat "$log")"
+command hud recording
+wait_ms 5000 panel_shown "Parlevo dictation" || fail "the bare pill did not show"
+expect_shown label "Choose a field after dictation"
+keeps_focus "the bare pill" j
+eval "$(xdotool getwindowgeometry --shell "$(panel_window "Parlevo dictation")")"
+((X + WIDTH <= 1280 && X + WIDTH > 1280 - 40 && Y < 60)) ||
+    fail "the bare pill is not in the top right corner: ${WIDTH}x$HEIGHT at $X,$Y"
+echo quit >&7
+wait "$panels_pid" || fail "the bare probe failed: $(cat "$log")"
+"$panels_probe" --icons "$output" || fail "the status icons were not drawn"
 echo "panels: ok (screenshots in $output)"

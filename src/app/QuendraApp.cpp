@@ -1,7 +1,6 @@
 #include "QuendraApp.h"
 
 #include "StatusTray.h"
-#include "panels/StatusIcons.h"
 #include "audio/AudioRecorder.h"
 #include "context/AppContext.h"
 #include "dictation/AppModel.h"
@@ -10,8 +9,10 @@
 #include "model/AppDataStore.h"
 #include "model/UserDefaults.h"
 #include "model/WritingSurface.h"
+#include "notes/NoteSession.h"
 #include "notes/NotesStore.h"
 #include "panels/QuickPanels.h"
+#include "panels/StatusIcons.h"
 #include "platform/InstanceBus.h"
 #include "session/HotKeyManager.h"
 #include "session/SingleInstanceCoordinator.h"
@@ -46,6 +47,7 @@ QuendraApp::QuendraApp(AppContext& context, QObject* parent)
 QuendraApp::~QuendraApp() {
     // The controller goes before the panels and the desktop it talks to.
     tray.reset();
+    note.reset();
     engine.reset();
     model.reset();
     panels.reset();
@@ -98,6 +100,25 @@ bool QuendraApp::start() {
     tray = std::make_unique<StatusTray>(*model);
     connect(tray.get(), &StatusTray::openRequested, this, &QuendraApp::showMainWindow);
     connect(tray.get(), &StatusTray::quitRequested, qApp, &QCoreApplication::quit);
+    note = std::make_unique<NoteSession>(context.notes(), context.noteRecorder());
+    connect(tray.get(), &StatusTray::noteToggleRequested, this, &QuendraApp::toggleNote);
+    // Queued: the recorder is not stopped from inside its own report.
+    connect(note.get(), &NoteSession::limitReached, this, &QuendraApp::toggleNote,
+            Qt::QueuedConnection);
+    connect(
+        note.get(), &NoteSession::failed, this,
+        [this](const QString& message) {
+            if (note->isRecording())
+                toggleNote();
+            panels->showAlert({DictationAlert::Kind::recording,
+                               u"Note recording stopped"_s,
+                               message + u" What was recorded is kept in Notes."_s,
+                               {AlertAction::dismiss},
+                               std::nullopt});
+        },
+        Qt::QueuedConnection);
+    connect(note.get(), &NoteSession::notice, this,
+            [](const QString& message) { qInfo("parlevo: %s", qPrintable(message)); });
     // A desktop without a tray would leave no way in but the window.
     if (StatusTray::available()) {
         tray->show();
@@ -145,6 +166,7 @@ void QuendraApp::registerShortcuts() {
     }
     if (const auto notesShortcut = store.notesRecordingShortcut()) {
         if (auto hotKey = context.notesHotKey()) {
+            connect(*hotKey, &HotKeyManager::pressed, this, &QuendraApp::toggleNote);
             if (auto registered = (*hotKey)->registerShortcut(*notesShortcut); !registered)
                 model->setNotesHotKeyError(message(registered.error()));
         } else {
@@ -201,6 +223,23 @@ void QuendraApp::logTimings() {
         std::fprintf(stderr, "qa %s at=%lld\n", qUtf8Printable(name),
                      static_cast<long long>(QDateTime::currentMSecsSinceEpoch()));
     });
+}
+
+void QuendraApp::toggleNote() {
+    if (note->isRecording()) {
+        if (const auto finished = note->stop())
+            qInfo("parlevo: recorded the note %s (%lld ms)", qPrintable(uuidText(finished->id)),
+                  static_cast<long long>(finished->durationMs));
+    } else if (const auto started = note->start(NoteSource::room); !started) {
+        panels->showAlert({DictationAlert::Kind::setup,
+                           u"Note did not start"_s,
+                           started.error(),
+                           {AlertAction::dismiss},
+                           std::nullopt});
+    } else {
+        qInfo("parlevo: recording the note %s", qPrintable(uuidText(started->id)));
+    }
+    tray->setNoteRecording(note->isRecording());
 }
 
 void QuendraApp::showMainWindow() {

@@ -12,6 +12,7 @@ namespace quendra {
 
 class AppContext;
 class AppModel;
+class NoteSession;
 class QuickPanels;
 class StatusTray;
 
@@ -39,11 +40,13 @@ private:
     void answerOnTheBus();
     void watchSettings();
     void logTimings();
+    void toggleNote();
 
     AppContext& context;
     std::unique_ptr<QuickPanels> panels;
     std::unique_ptr<AppModel> model;
     std::unique_ptr<QQmlApplicationEngine> engine;
+    std::unique_ptr<NoteSession> note;
     std::unique_ptr<StatusTray> tray;
     std::unique_ptr<QFileSystemWatcher> settingsWatcher;
 };

@@ -78,6 +78,12 @@ void AppTargetTracker::captureCurrentTarget(
     } else {
         installAccessibilityObserver(*application);
         element = focusedElement(*application);
+        // While a global shortcut's key is down its grab holds the keyboard,
+        // and GTK then reports nothing focused in the window that had it: the
+        // capture that shortcut asks for keeps the element focused before.
+        if (!element && reason == TargetUpdateReason::manual && target &&
+            target->processId == application->processId)
+            element = focused;
         updateTarget(application, element, reason);
         observeGeometry(element, *application);
     }

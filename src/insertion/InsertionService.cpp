@@ -156,7 +156,16 @@ QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTar
     if (!frontmost ||
         (frontmost->processId != pid && frontmost->processId != workspace.ownProcessId()))
         co_return InsertionResult::failed;
-    if (!sameElement(focusedElement(target.application), target.element) || !target.element)
+    // While a shortcut's key is down its grab holds the keyboard, and the
+    // application reports nothing focused until the key is released.
+    Element focusedNow = focusedElement(target.application);
+    for (int sleeps = 0; !focusedNow && sleeps < 12; ++sleeps) {
+        co_await QCoro::sleepFor(40ms);
+        if (!self)
+            co_return InsertionResult::failed;
+        focusedNow = focusedElement(target.application);
+    }
+    if (!sameElement(focusedNow, target.element) || !target.element)
         co_return InsertionResult::failed;
     if (!sameAddress(webAddress(target.element), target.webAddress))
         co_return InsertionResult::failed;

@@ -2,7 +2,8 @@
 # installed into a temporary prefix and that installed application run on the
 # harness's display, buses, sound server and private home, with LibriVox
 # speech played into its microphone and the dictated text read back.
-# Usage: desktop_start; sound_server; app_install BUILD; app_start; app_wait_up
+# Usage: desktop_start; sound_server; app_install BUILD; app_start (or
+#        app_start_on_bus); app_wait_up
 #        app_wait_shortcut; app_press_shortcut; app_play_clip CLIP; ...
 
 app_harness="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
@@ -35,15 +36,31 @@ app_cli() { "$app_parlevo" "$@"; }
 # Starts the installed application with --qa-hotkey-log and ARGS; its output
 # goes to $app_log and its process id is left in app_pid. The private home and
 # XDG folders, display, session bus and sound server are the harness's.
-app_start() {
-    [ -n "$app_parlevo" ] || { echo "app_start: app_install first" >&2; return 1; }
+app_start() { app_launch --qa-hotkey-log "$@"; }
+
+# Starts the installed application as a user's copy, without any --qa- switch
+# (a test run keeps off the session bus), and waits up to SECONDS (default 30)
+# until it answers "parlevo dictation status". Its shortcut is registered
+# before it answers, but not logged: it is the stored one.
+app_start_on_bus() {
+    app_launch || return 1
+    local deadline=$((SECONDS + ${1:-30}))
+    until app_cli dictation status >/dev/null 2>&1; do
+        app_running || { echo "parlevo ended: $(cat "$app_log")" >&2; return 1; }
+        ((SECONDS < deadline)) || { echo "parlevo did not answer on the bus: $(cat "$app_log")" >&2; return 1; }
+        sleep 0.1
+    done
+}
+
+app_launch() {
+    [ -n "$app_parlevo" ] || { echo "app_launch: app_install first" >&2; return 1; }
     [ -n "${DISPLAY:-}" ] && [ -n "${DBUS_SESSION_BUS_ADDRESS:-}" ] &&
         [[ "$HOME" == "$harness_dir"/* ]] && [[ "$XDG_CONFIG_HOME" == "$harness_dir"/* ]] || {
-        echo "app_start: start the desktop harness first" >&2
+        echo "app_launch: start the desktop harness first" >&2
         return 1
     }
     app_log="$harness_dir/app.log"
-    harness_spawn app "$app_parlevo" --qa-hotkey-log "$@"
+    harness_spawn app "$app_parlevo" "$@"
     app_pid="${harness_pids[-1]}"
 }
 

@@ -111,6 +111,23 @@ TEST_F(AppTargetTrackerTest, AFocusNotificationRecapturesTheTarget) {
     EXPECT_TRUE(sameElement(updates[1].element, notes));
 }
 
+TEST_F(AppTargetTrackerTest, AShortcutsCaptureKeepsTheFieldItsKeyGrabUnfocused) {
+    track();
+    ax.focus(editorPid, notes);
+    tracker->pollCurrentTarget();
+    // The shortcut's key is down: the application reports nothing focused.
+    ax.focus(editorPid, nullptr);
+    tracker->captureCurrentTarget(false, std::nullopt, TargetUpdateReason::manual);
+    EXPECT_TRUE(sameElement(updates.last().element, notes));
+
+    // Another application with nothing focused has no field.
+    ax.focus(browserPid, nullptr);
+    workspace.frontmost = browserPid;
+    tracker->captureCurrentTarget(false, std::nullopt, TargetUpdateReason::manual);
+    EXPECT_EQ(updates.last().application->processId, browserPid);
+    EXPECT_FALSE(updates.last().element);
+}
+
 TEST_F(AppTargetTrackerTest, ATargetBundleOverrideFallsBackWhenNotRunning) {
     track(u"org.example.Browser"_s);
     EXPECT_EQ(updates.last().application->processId, browserPid);

@@ -4,6 +4,8 @@
 #include "support/CoreApplication.h"
 #include "support/TestSupport.h"
 
+#include <QTimer>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -96,6 +98,20 @@ TEST_F(InsertionServiceTest, NothingIsActivatedWhenFocusMovedToAnotherField) {
     EXPECT_EQ(insert(u"x"_s, target), InsertionResult::failed);
     EXPECT_TRUE(workspace.activations.isEmpty());
     EXPECT_TRUE(secondField->strings[AccessibleStringAttribute::value].isEmpty());
+}
+
+TEST_F(InsertionServiceTest, AFieldUnfocusedByTheShortcutsKeyGrabIsWaitedFor) {
+    const InsertionTarget target = remembered();
+    // The shortcut's key is down: nothing is focused until it is released.
+    ax.focus(editorPid, nullptr);
+    QTimer::singleShot(150, [this] { ax.focus(editorPid, field); });
+    EXPECT_EQ(insert(u"x"_s, target), InsertionResult::inserted);
+    EXPECT_EQ(field->strings[AccessibleStringAttribute::value], u"x"_s);
+
+    // Focus that never comes back fails, without touching the desktop.
+    ax.focus(editorPid, nullptr);
+    EXPECT_EQ(insert(u"y"_s, target), InsertionResult::failed);
+    EXPECT_THAT(workspace.activations, ElementsAre(editorPid));
 }
 
 TEST_F(InsertionServiceTest, AWebPageThatNavigatedElsewhereIsRefused) {

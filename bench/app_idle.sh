@@ -45,8 +45,11 @@ import sys
 hz, t0, t1, n0, n1 = (int(x) for x in sys.argv[1:6])
 rss = [int(x) for x in sys.argv[6:]]
 wall = (n1 - n0) / 1e9
-print(f"idle over {wall:.1f} s: CPU {(t1 - t0) / hz / wall * 100:.2f} % of one core "
+cpu = (t1 - t0) / hz / wall * 100
+print(f"idle over {wall:.1f} s: CPU {cpu:.2f} % of one core "
       f"({(t1 - t0) / hz * 1000:.0f} ms); resident memory {rss[0] / 1024:.1f} MiB at the "
       f"start, {rss[-1] / 1024:.1f} MiB at the end, {max(rss) / 1024:.1f} MiB at most")
+print(f"targets: CPU 0.5 % or less {'met' if cpu <= 0.5 else 'missed'}; "
+      f"80 MB or less {'met' if max(rss) * 1024 <= 80e6 else 'missed'}")
 PY
 app_stop

@@ -39,5 +39,6 @@ done
 before, first, last, n = $before, $first, $rss, $dictations
 print(f'resident memory: {before / 1024:.1f} MiB before, {first / 1024:.1f} MiB after 1, '
       f'{last / 1024:.1f} MiB after {n}; growth {(last - first) / 1024:.1f} MiB, '
-      f'{(last - first) / max(n - 1, 1):.0f} kB per dictation after the first')"
+      f'{(last - first) / max(n - 1, 1):.0f} kB per dictation after the first; '
+      f'target under 5 MB ' + ('met' if (last - first) * 1024 < 5e6 else 'missed'))"
 app_stop

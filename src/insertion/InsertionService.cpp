@@ -193,12 +193,15 @@ QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTar
 
     const auto focusResult = accessibility.setFocused(target.element);
     bool confirmed = false;
+    // Nothing moved when the field kept its window and its focus throughout.
+    bool unmoved = frontmost->processId == pid;
     if (focusResult) {
         for (int sleeps = 0;; ++sleeps) {
             if (sameElement(focusedElement(target.application), target.element)) {
                 confirmed = true;
                 break;
             }
+            unmoved = false;
             if (sleeps == 12)
                 break;
             co_await QCoro::sleepFor(40ms);
@@ -208,9 +211,12 @@ QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTar
     }
     log(u"original focus status=%1 confirmed=%2"_s.arg(
         focusResult ? u"ok"_s : toString(focusResult.error()), flag(confirmed)));
-    co_await QCoro::sleepFor(60ms);
-    if (!self)
-        co_return InsertionResult::failed;
+    // A window just raised or a field just focused takes a moment to take keys.
+    if (!unmoved || !confirmed) {
+        co_await QCoro::sleepFor(60ms);
+        if (!self)
+            co_return InsertionResult::failed;
+    }
 
     const TargetCapture capture =
         captureTarget(target.application, focusedElement(target.application));

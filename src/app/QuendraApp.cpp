@@ -45,12 +45,15 @@ QuendraApp::QuendraApp(AppContext& context, QObject* parent)
     , context(context) {}
 
 QuendraApp::~QuendraApp() {
-    // The controller goes before the panels and the desktop it talks to.
+    // The controller goes before the panels and the desktop it talks to, the
+    // panels before the QML engine they share with the main window.
     tray.reset();
     note.reset();
-    engine.reset();
+    if (engine)
+        engine->rootContext()->setContextProperty(u"dictation"_s, nullptr);
     model.reset();
     panels.reset();
+    engine.reset();
 }
 
 bool QuendraApp::start() {
@@ -59,8 +62,10 @@ bool QuendraApp::start() {
     auto desktop = context.desktop();
     if (!desktop)
         qWarning("parlevo: %s", qPrintable(desktop.error()));
+    engine = std::make_unique<QQmlApplicationEngine>();
     panels = std::make_unique<QuickPanels>(desktop ? (*desktop)->accessibility.get() : nullptr,
-                                           desktop ? (*desktop)->screens.get() : nullptr);
+                                           desktop ? (*desktop)->screens.get() : nullptr,
+                                           engine.get());
     auto insertion = context.insertion();
     auto tracker = context.targetTracker();
     model = std::make_unique<AppModel>(AppModel::Parts{
@@ -86,7 +91,6 @@ bool QuendraApp::start() {
     });
     connect(model.get(), &AppModel::mainWindowRequested, this, &QuendraApp::showMainWindow);
 
-    engine = std::make_unique<QQmlApplicationEngine>();
     QStringList sections;
     for (auto section : allCases<AppSection>())
         sections << title(section);

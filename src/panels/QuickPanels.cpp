@@ -54,10 +54,12 @@ void cutToRoundedShape(QQuickWindow* window, double radius) {
 
 } // namespace
 
-QuickPanels::QuickPanels(Accessibility* accessibility, Screens* screens, QObject* parent)
+QuickPanels::QuickPanels(Accessibility* accessibility, Screens* screens, QQmlEngine* shared,
+                         QObject* parent)
     : DictationPanels(parent)
     , screens(screens)
-    , engine(std::make_unique<QQmlEngine>())
+    , ownEngine(shared ? nullptr : std::make_unique<QQmlEngine>())
+    , engine(shared ? shared : ownEngine.get())
     , silentMeter(std::make_unique<QQmlPropertyMap>()) {
     if (accessibility && screens)
         geometry.emplace(*accessibility, *screens);
@@ -94,7 +96,7 @@ QQuickWindow* QuickPanels::window(QPointer<QQuickWindow>& slot, const QString& f
                                   const std::function<void(QQuickWindow*)>& created) {
     if (slot)
         return slot;
-    QQmlComponent component(engine.get(), QUrl(u"qrc:/ui/"_s + file));
+    QQmlComponent component(engine, QUrl(u"qrc:/ui/"_s + file));
     QObject* object = component.create();
     auto* made = qobject_cast<QQuickWindow*>(object);
     if (!made) {

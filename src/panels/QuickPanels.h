@@ -25,7 +25,10 @@ class QuickPanels : public DictationPanels {
 public:
     // Both or neither. Without them the pill and the prompt sit at the top
     // right of the primary screen and the field microphone stays hidden.
-    QuickPanels(Accessibility* accessibility, Screens* screens, QObject* parent = nullptr);
+    // `engine` is the application's, shared so that the panels cost no
+    // second QML engine; without one the panels make their own.
+    QuickPanels(Accessibility* accessibility, Screens* screens, QQmlEngine* engine = nullptr,
+                QObject* parent = nullptr);
     ~QuickPanels() override;
 
     // An object with an `elapsed` text and a `level` from 0 to 1, each with a
@@ -64,7 +67,8 @@ private:
     MainThreadChecker checker;
     Screens* screens = nullptr;
     std::optional<OverlayGeometry> geometry;
-    std::unique_ptr<QQmlEngine> engine;
+    std::unique_ptr<QQmlEngine> ownEngine;
+    QQmlEngine* engine = nullptr;
     std::unique_ptr<QQmlPropertyMap> silentMeter;
     QPointer<QQuickWindow> hud;
     QPointer<QQuickWindow> placement;

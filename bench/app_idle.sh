@@ -12,13 +12,7 @@ source "$root/tests/harness/sound.sh"
 source "$root/tests/harness/app.sh"
 target=org.quendra.Bench
 
-desktop_start >/dev/null
-sound_server
-app_install "$build"
-desktop_target "$target"
-app_start
-app_wait_up
-desktop_activate "$target"
+app_stage "$build" "$target"
 probe focus "$target" single-line
 if ! shortcut="$(app_wait_shortcut 30 2>/dev/null)"; then
     echo "note: no dictation shortcut was registered; these are the figures of an" \

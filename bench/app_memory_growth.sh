@@ -13,13 +13,7 @@ source "$root/tests/harness/sound.sh"
 source "$root/tests/harness/app.sh"
 target=org.quendra.Bench
 
-desktop_start >/dev/null
-sound_server
-app_install "$build"
-desktop_target "$target"
-app_start
-app_wait_up
-desktop_activate "$target"
+app_stage "$build" "$target"
 shortcut="$(app_wait_shortcut)"
 before="$(app_rss_kb)"
 

@@ -15,13 +15,7 @@ source "$root/tests/harness/sound.sh"
 source "$root/tests/harness/app.sh"
 target=org.quendra.Bench
 
-desktop_start >/dev/null
-sound_server
-app_install "$build"
-desktop_target "$target"
-app_start --qa-insert-timing
-app_wait_up
-desktop_activate "$target"
+app_stage "$build" "$target" --qa-insert-timing
 shortcut="$(app_wait_shortcut)"
 
 # The Nth "qa NAME at=MS" line of the log.

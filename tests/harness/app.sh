@@ -218,3 +218,18 @@ app_record_clip() {
     wait "$recorder" || { echo "parlevo record failed: $(cat "$err")" >&2; return 1; }
     cat "$harness_dir/record.out"
 }
+
+# The whole stage for one run: the desktop, the sound server, the installed
+# application (started with ARGS) and a GTK target titled TARGET in front of it.
+# Usage: app_stage BUILD TARGET [ARGS...]
+app_stage() {
+    local build="$1" target="$2"
+    shift 2
+    desktop_start >/dev/null
+    sound_server
+    app_install "$build"
+    desktop_target "$target"
+    app_start "$@"
+    app_wait_up
+    desktop_activate "$target"
+}

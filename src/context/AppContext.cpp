@@ -107,17 +107,11 @@ AccountModel& AppContext::account() {
 }
 
 bool AppContext::savedSignIn() {
-    switch (tokens().status()) {
-    case HostedTokenStore::Status::session:
-    case HostedTokenStore::Status::accessCode:
-        return true;
-    case HostedTokenStore::Status::signedOut:
+    // Without a keyring nothing can have been saved, and asking it for the
+    // sign-in would only log its absence.
+    if (!keyring().available())
         return false;
-    case HostedTokenStore::Status::locked:
-        // Unreadable because no keyring runs: nothing was ever saved there.
-        return keyring().available();
-    }
-    return false;
+    return tokens().status() != HostedTokenStore::Status::signedOut;
 }
 
 UrlOpener& AppContext::urlOpener() {

@@ -233,10 +233,12 @@ void AppModel::reloadDefaults() {
 
 void AppModel::refreshPermissions() {
     microphoneOk = parts.microphone.granted();
-    signInStatus = parts.tokens ? parts.tokens->status() : HostedTokenStore::Status::signedOut;
-    signInSaved = parts.savedSignIn ? parts.savedSignIn()
-                                    : signInStatus == HostedTokenStore::Status::session ||
-                                          signInStatus == HostedTokenStore::Status::accessCode;
+    // Only a kept sign-in is worth asking the keyring about.
+    signInSaved = parts.savedSignIn ? parts.savedSignIn() : parts.tokens != nullptr;
+    signInStatus = signInSaved && parts.tokens ? parts.tokens->status()
+                                               : HostedTokenStore::Status::signedOut;
+    if (!parts.savedSignIn)
+        signInSaved = signInStatus != HostedTokenStore::Status::signedOut;
 }
 
 void AppModel::setPhase(DictationPhase phase) {

@@ -328,8 +328,14 @@ QList<TranscriptEntry> AppDataStore::history() const {
 }
 
 StoreResult<> AppDataStore::writeHistory(QList<TranscriptEntry> entries) const {
-    if (entries.size() > historyLimit)
-        entries.resize(historyLimit);
+    // The oldest finished entries go first; one that still holds its audio
+    // stays until its text is safe, or its recording could not be found again.
+    qsizetype excess = entries.size() - historyLimit;
+    for (qsizetype i = entries.size() - 1; i >= 0 && excess > 0; --i)
+        if (!entries[i].recordingFileName) {
+            entries.removeAt(i);
+            --excess;
+        }
     return writeList(Keys::transcriptHistory, entries);
 }
 

@@ -132,6 +132,18 @@ TEST_F(AppDataStoreTest, snippetsAreBoundedReplacedByTriggerAndSorted) {
     EXPECT_EQ(store.snippets().size(), 1);
 }
 
+TEST_F(AppDataStoreTest, historyCapNeverDropsAnEntryThatStillHoldsItsAudio) {
+    TranscriptEntry waiting = entry(100, QString());
+    waiting.recordingFileName = u"%1.wav"_s.arg(waiting.id.toString(QUuid::WithoutBraces));
+    ASSERT_TRUE(store.addHistory(waiting));
+    for (int i = 0; i < 70; ++i)
+        ASSERT_TRUE(store.addHistory(entry(99 - i, u"entry %1"_s.arg(i))));
+    const auto history = store.history();
+    EXPECT_EQ(history.size(), 60);
+    EXPECT_EQ(history.last().id, waiting.id);
+    EXPECT_EQ(history.first().text, u"entry 69"_s);
+}
+
 TEST_F(AppDataStoreTest, historyIsCappedNewestFirstAndReAddingMovesToFront) {
     QList<TranscriptEntry> added;
     for (int i = 0; i < 61; ++i) {

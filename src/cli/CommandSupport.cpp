@@ -180,4 +180,13 @@ int dispatch(AppContext& app, const QString& group, const QList<Subcommand>& sub
     return int(ExitStatus::usage);
 }
 
+std::function<void(TranscriptionProgress)> partProgress(Invocation& in) {
+    return [&in](TranscriptionProgress progress) {
+        if (progress.totalParts > 1)
+            in.err << u"Part %1 of %2 transcribed.\n"_s.arg(progress.finishedParts)
+                          .arg(progress.totalParts)
+                   << Qt::flush;
+    };
+}
+
 } // namespace quendra

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "transcription/TranscriptionService.h"
+
 // What every subcommand shares: argument parsing, usage errors and the
 // lookup of records by identifier.
 
@@ -97,6 +99,8 @@ std::optional<int> refuseUnreadable(Invocation& in);
 // Prints the sentence of a change that did not happen and gives the status.
 int storeFailure(Invocation& in, const StoreError& error);
 void printNotices(Invocation& in);
+// Prints "Part N of M transcribed." on standard error for a recording sent in parts.
+std::function<void(TranscriptionProgress)> partProgress(Invocation& in);
 
 // A number of seconds as an option gives it: finite, not negative and at most
 // a week, so that it fits every timer it is turned into. None otherwise.

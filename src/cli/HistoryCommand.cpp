@@ -130,15 +130,7 @@ int retryHistory(Invocation& in) {
     auto cancel = std::make_shared<CancellationFlag>();
     Interruption interruption;
     interruption.onInterrupt = [cancel] { cancel->cancel(); };
-    auto outcome = QCoro::waitFor(completion.complete(
-        found->id,
-        [&in](TranscriptionProgress progress) {
-            if (progress.totalParts > 1)
-                in.err << u"Part %1 of %2 transcribed.\n"_s.arg(progress.finishedParts)
-                              .arg(progress.totalParts)
-                       << Qt::flush;
-        },
-        cancel));
+    auto outcome = QCoro::waitFor(completion.complete(found->id, partProgress(in), cancel));
     if (interruption.requested()) {
         in.err << u"The transcription was interrupted; the recording stays in History."_s
                << Qt::endl;

@@ -57,12 +57,7 @@ int transcribe(Invocation& in) {
     // A model named on the command line is the one wanted, not a suggestion.
     if (!in.values(u"model"_s).isEmpty())
         request.allowFallback = false;
-    request.onProgress = [&in](TranscriptionProgress progress) {
-        if (progress.totalParts > 1)
-            in.err << u"Part %1 of %2 transcribed.\n"_s.arg(progress.finishedParts)
-                          .arg(progress.totalParts)
-                   << Qt::flush;
-    };
+    request.onProgress = partProgress(in);
 
     // Ctrl+C, SIGTERM and a closed terminal cancel the transcription instead
     // of ending the process, so that its parts are removed on the way out.

@@ -226,8 +226,10 @@ void AppModel::setConnectionCheck(
 
 void AppModel::reloadDefaults() {
     QUENDRA_CHECK_THREAD(checker);
+    // Runs on every change to the settings folder, the application's own
+    // writes included: the keyring and the sound server are asked at the next
+    // start instead.
     parts.store.defaults().reload();
-    refreshPermissions();
     Q_EMIT stateChanged();
 }
 
@@ -235,8 +237,8 @@ void AppModel::refreshPermissions() {
     microphoneOk = parts.microphone.granted();
     // Only a kept sign-in is worth asking the keyring about.
     signInSaved = parts.savedSignIn ? parts.savedSignIn() : parts.tokens != nullptr;
-    signInStatus = signInSaved && parts.tokens ? parts.tokens->status()
-                                               : HostedTokenStore::Status::signedOut;
+    signInStatus =
+        signInSaved && parts.tokens ? parts.tokens->status() : HostedTokenStore::Status::signedOut;
     if (!parts.savedSignIn)
         signInSaved = signInStatus != HostedTokenStore::Status::signedOut;
 }

@@ -4,6 +4,7 @@
 #include "TextBounding.h"
 
 #include <QFileInfo>
+#include <QHash>
 #include <QSet>
 
 #include <QCollator>
@@ -31,6 +32,88 @@ QString normalisedSpokenForm(const QString& form) {
     if (characterCount(joined) > AppDataStore::spokenFormLimit)
         joined = prefixCharacters(joined, AppDataStore::spokenFormLimit).trimmed();
     return joined;
+}
+
+// Spellings, and snippet triggers, that differ only in case are one.
+QString spellingKey(const QString& text) {
+    return text.toLower();
+}
+
+// Adds entries to a list, or merges each into the one already there under the
+// same key; an added entry keeps its identifier unless another has it.
+template <typename T>
+class KeyedMerge {
+public:
+    using Key = QString (*)(const T&);
+    KeyedMerge(QList<T>& list, Key key)
+        : list(list)
+        , key(key) {
+        for (qsizetype i = 0; i < list.size(); ++i) {
+            index.insert(key(list[i]), i); // the first of a key wins
+            ids.insert(list[i].id);
+        }
+    }
+
+    // The position of the element `element` was merged into; none when added.
+    template <typename Merge>
+    std::optional<qsizetype> add(T element, Merge merge) {
+        if (const auto it = index.constFind(key(element)); it != index.constEnd()) {
+            merge(list[*it], element);
+            return *it;
+        }
+        if (element.id.isNull() || ids.contains(element.id))
+            element.id = QUuid::createUuid();
+        ids.insert(element.id);
+        index.insert(key(element), list.size());
+        list.append(std::move(element));
+        return std::nullopt;
+    }
+
+    // Adds or merges every element and counts what each did.
+    template <typename Merge>
+    ImportCounts addAll(const QList<T>& elements, Merge merge) {
+        ImportCounts counts;
+        QSet<qsizetype> touched;
+        for (const T& element : elements) {
+            const auto at = add(element, merge);
+            if (!at) {
+                ++counts.added;
+                touched.insert(list.size() - 1);
+            } else if (touched.contains(*at)) {
+                ++counts.repeated;
+            } else {
+                ++counts.merged;
+                touched.insert(*at);
+            }
+        }
+        return counts;
+    }
+
+private:
+    QList<T>& list;
+    Key key;
+    QHash<QString, qsizetype> index;
+    QSet<QUuid> ids;
+};
+
+QString entryKey(const PersonalDictionaryEntry& entry) {
+    return spellingKey(entry.spelling);
+}
+
+QString snippetKey(const VoiceSnippet& snippet) {
+    return spellingKey(snippet.trigger);
+}
+
+// A spelling saved again takes the new case and gains the new forms.
+void mergeSpelling(PersonalDictionaryEntry& kept, const PersonalDictionaryEntry& added) {
+    kept.spelling = added.spelling;
+    kept.spokenForms += added.spokenForms;
+}
+
+// A trigger saved again takes the new case and the new expansion.
+void mergeSnippet(VoiceSnippet& kept, const VoiceSnippet& added) {
+    kept.trigger = added.trigger;
+    kept.expansion = added.expansion;
 }
 
 void sortNewestFirst(QList<TranscriptEntry>& entries) {
@@ -109,27 +192,35 @@ StoreResult<> AppDataStore::writeList(const QString& key, const QList<T>& list) 
     return store.setData(key, bytes);
 }
 
+std::optional<PersonalDictionaryEntry>
+AppDataStore::normalisedEntry(const PersonalDictionaryEntry& entry) {
+    const QString spelling = boundText(entry.spelling, spellingLimit);
+    if (spelling.isEmpty())
+        return std::nullopt;
+    QStringList forms;
+    QStringList seenForms;
+    for (const auto& raw : entry.spokenForms) {
+        const QString form = normalisedSpokenForm(raw);
+        if (form.isEmpty() || seenForms.contains(form.toLower()))
+            continue;
+        seenForms << form.toLower();
+        forms << form;
+        if (forms.size() == spokenFormsPerEntry)
+            break;
+    }
+    return PersonalDictionaryEntry{entry.id, spelling, forms};
+}
+
 QList<PersonalDictionaryEntry>
 AppDataStore::normalised(const QList<PersonalDictionaryEntry>& entries) {
     QList<PersonalDictionaryEntry> kept;
     QSet<QString> seenSpellings;
     for (const auto& entry : entries) {
-        const QString spelling = boundText(entry.spelling, spellingLimit);
-        if (spelling.isEmpty() || seenSpellings.contains(spelling.toLower()))
+        auto normal = normalisedEntry(entry);
+        if (!normal || seenSpellings.contains(spellingKey(normal->spelling)))
             continue;
-        seenSpellings.insert(spelling.toLower());
-        QStringList forms;
-        QStringList seenForms;
-        for (const auto& raw : entry.spokenForms) {
-            const QString form = normalisedSpokenForm(raw);
-            if (form.isEmpty() || seenForms.contains(form.toLower()))
-                continue;
-            seenForms << form.toLower();
-            forms << form;
-            if (forms.size() == spokenFormsPerEntry)
-                break;
-        }
-        kept.append({entry.id, spelling, forms});
+        seenSpellings.insert(spellingKey(normal->spelling));
+        kept.append(std::move(*normal));
     }
     sortByText(kept, [](const PersonalDictionaryEntry& e) { return e.spelling; });
     return kept;
@@ -178,10 +269,11 @@ StoreResult<> AppDataStore::addDictionaryEntry(const PersonalDictionaryEntry& en
 
 StoreResult<> AppDataStore::saveReviewedSpelling(const QString& spelling, const QStringList& forms,
                                                  std::optional<QUuid> replacing) {
-    const auto candidate = normalised({{replacing.value_or(QUuid::createUuid()), spelling, forms}});
-    if (candidate.isEmpty())
+    const auto candidate =
+        normalisedEntry({replacing.value_or(QUuid::createUuid()), spelling, forms});
+    if (!candidate)
         return std::unexpected(invalid(u"The spelling is empty."_s));
-    const PersonalDictionaryEntry entry = candidate.first();
+    const PersonalDictionaryEntry& entry = *candidate;
     return store.change([&]() -> StoreResult<> {
         auto entries = dictionaryToChange();
         if (!entries)
@@ -190,21 +282,38 @@ StoreResult<> AppDataStore::saveReviewedSpelling(const QString& spelling, const 
                                  [&](const auto& e) { return replacing && e.id == *replacing; });
         if (byId != entries->end()) {
             *byId = entry;
+        } else if (!replacing) {
+            KeyedMerge(*entries, entryKey).add(entry, mergeSpelling);
         } else {
-            auto bySpelling = std::find_if(entries->begin(), entries->end(), [&](const auto& e) {
-                return e.spelling.compare(entry.spelling, Qt::CaseInsensitive) == 0;
-            });
-            if (bySpelling != entries->end() && !replacing) {
-                bySpelling->spelling = entry.spelling;
-                bySpelling->spokenForms += entry.spokenForms;
-            } else {
-                // An entry with a new identifier comes first so that it wins
-                // over an older entry of the same spelling.
-                entries->prepend(entry);
-            }
+            // An entry with a new identifier comes first so that it wins
+            // over an older entry of the same spelling.
+            entries->prepend(entry);
         }
         return writeDictionary(*entries);
     });
+}
+
+StoreResult<ImportCounts>
+AppDataStore::mergeDictionary(const QList<PersonalDictionaryEntry>& entries) {
+    QList<PersonalDictionaryEntry> incoming;
+    incoming.reserve(entries.size());
+    for (const auto& entry : entries) {
+        auto normal = normalisedEntry(entry);
+        if (!normal)
+            return std::unexpected(invalid(u"The spelling is empty."_s));
+        incoming.append(std::move(*normal));
+    }
+    ImportCounts counts;
+    auto changed = store.change([&]() -> StoreResult<> {
+        auto stored = dictionaryToChange();
+        if (!stored)
+            return std::unexpected(stored.error());
+        counts = KeyedMerge(*stored, entryKey).addAll(incoming, mergeSpelling);
+        return writeDictionary(*stored);
+    });
+    if (!changed)
+        return std::unexpected(changed.error());
+    return counts;
 }
 
 StoreResult<> AppDataStore::removeDictionaryEntry(const QUuid& id) {
@@ -253,28 +362,43 @@ QList<VoiceSnippet> AppDataStore::snippets() const {
     return list;
 }
 
-StoreResult<> AppDataStore::saveSnippet(const QString& trigger, const QString& expansion) {
-    const QString boundTrigger = boundText(trigger, triggerLimit);
-    const QString boundExpansion = prefixCharacters(expansion.trimmed(), expansionLimit);
-    if (boundTrigger.isEmpty())
+StoreResult<VoiceSnippet> AppDataStore::boundSnippet(const VoiceSnippet& snippet) {
+    const QString trigger = boundText(snippet.trigger, triggerLimit);
+    const QString expansion = prefixCharacters(snippet.expansion.trimmed(), expansionLimit);
+    if (trigger.isEmpty())
         return std::unexpected(invalid(u"The trigger is empty."_s));
-    if (boundExpansion.isEmpty())
+    if (expansion.isEmpty())
         return std::unexpected(invalid(u"The expansion is empty."_s));
-    return store.change([&]() -> StoreResult<> {
+    return VoiceSnippet{snippet.id, trigger, expansion};
+}
+
+StoreResult<> AppDataStore::saveSnippet(const QString& trigger, const QString& expansion) {
+    auto merged = mergeSnippets({{QUuid(), trigger, expansion}});
+    if (!merged)
+        return std::unexpected(merged.error());
+    return {};
+}
+
+StoreResult<ImportCounts> AppDataStore::mergeSnippets(const QList<VoiceSnippet>& snippets) {
+    QList<VoiceSnippet> incoming;
+    incoming.reserve(snippets.size());
+    for (const auto& snippet : snippets) {
+        auto bound = boundSnippet(snippet);
+        if (!bound)
+            return std::unexpected(bound.error());
+        incoming.append(std::move(*bound));
+    }
+    ImportCounts counts;
+    auto changed = store.change([&]() -> StoreResult<> {
         auto list = readListToChange<VoiceSnippet>(Keys::voiceSnippets);
         if (!list)
             return std::unexpected(list.error());
-        auto it = std::find_if(list->begin(), list->end(), [&](const auto& s) {
-            return s.trigger.compare(boundTrigger, Qt::CaseInsensitive) == 0;
-        });
-        if (it != list->end()) {
-            it->trigger = boundTrigger;
-            it->expansion = boundExpansion;
-        } else {
-            list->append({QUuid::createUuid(), boundTrigger, boundExpansion});
-        }
+        counts = KeyedMerge(*list, snippetKey).addAll(incoming, mergeSnippet);
         return writeList(Keys::voiceSnippets, *list);
     });
+    if (!changed)
+        return std::unexpected(changed.error());
+    return counts;
 }
 
 StoreResult<> AppDataStore::removeSnippet(const QUuid& id) {

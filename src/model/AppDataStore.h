@@ -19,6 +19,13 @@
 
 namespace quendra {
 
+// What one merge of many entries into a stored list did, entry by entry.
+struct ImportCounts {
+    qsizetype added = 0;    // new to the list
+    qsizetype merged = 0;   // merged into one that was already there
+    qsizetype repeated = 0; // merged into an earlier one of the same merge
+};
+
 // The user's lists and choices of the dictation side, kept in the defaults
 // database as JSON. Every read and write applies the normalisation rules and
 // caps, so whatever is stored stays within them. Each change is one locked
@@ -78,6 +85,12 @@ public:
                                                      const QStringList& forms,
                                                      std::optional<QUuid> replacing = std::nullopt);
     [[nodiscard]] StoreResult<> removeDictionaryEntry(const QUuid& id);
+    // Saves many entries in one change, each merged as saveReviewedSpelling
+    // merges a spelling without an identifier; an entry keeps its identifier
+    // when no other entry has it. Nothing is saved, with an `invalid` error,
+    // when one of them has an empty spelling.
+    [[nodiscard]] StoreResult<ImportCounts>
+    mergeDictionary(const QList<PersonalDictionaryEntry>& entries);
     // Merges one entry from the workspace; none removes the local one.
     [[nodiscard]] StoreResult<> importWord(const std::optional<PersonalDictionaryEntry>& entry,
                                            const QUuid& id);
@@ -86,6 +99,13 @@ public:
     QList<VoiceSnippet> snippets() const;
     // An `invalid` error when the trigger or the expansion is empty.
     [[nodiscard]] StoreResult<> saveSnippet(const QString& trigger, const QString& expansion);
+    // Saves many snippets in one change, each as saveSnippet saves it (the
+    // last of one trigger wins); a snippet keeps its identifier when no other
+    // has it. Nothing is saved when one of them is not valid.
+    [[nodiscard]] StoreResult<ImportCounts> mergeSnippets(const QList<VoiceSnippet>& snippets);
+    // The snippet as the list keeps it: trigger and expansion bounded; an
+    // `invalid` error when either is empty.
+    static StoreResult<VoiceSnippet> boundSnippet(const VoiceSnippet& snippet);
     [[nodiscard]] StoreResult<> removeSnippet(const QUuid& id);
     [[nodiscard]] StoreResult<> importSnippet(const std::optional<VoiceSnippet>& snippet,
                                               const QUuid& id);
@@ -147,6 +167,10 @@ public:
     static constexpr bool defaultFieldMicrophoneEnabled = false;
 
     static QList<PersonalDictionaryEntry> normalised(const QList<PersonalDictionaryEntry>& entries);
+    // One entry as the list keeps it: spelling and spoken forms bounded, forms
+    // without repeats; none when the spelling is empty.
+    static std::optional<PersonalDictionaryEntry>
+    normalisedEntry(const PersonalDictionaryEntry& entry);
 
     // The stored forms of the lists. A list that is not JSON, or not an array,
     // is empty; an element that does not decode costs only itself. `whole`,

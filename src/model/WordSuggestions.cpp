@@ -116,9 +116,12 @@ struct Tally {
 QList<WordSuggestion> suggestWords(const QList<TranscriptEntry>& history,
                                    const QList<PersonalDictionaryEntry>& dictionary,
                                    const QStringList& dismissed, const CommonWords& common) {
+    // One word in any case and with any marks ("KubeCtl", "kube-ctl"), as
+    // dismissals count it.
+    const auto same = &AppDataStore::normalisedSuggestionWord;
     QSet<QString> spelled;
     for (const auto& entry : dictionary)
-        spelled.insert(entry.spelling.toLower());
+        spelled.insert(same(entry.spelling));
     const QSet<QString> turnedDown(dismissed.begin(), dismissed.end());
 
     QHash<QString, Tally> tallies;
@@ -128,9 +131,8 @@ QList<WordSuggestion> suggestWords(const QList<TranscriptEntry>& history,
         for (const QString& word : wordsOf(entry.text)) {
             if (!looksLikeTerm(word))
                 continue;
-            const QString key = word.toLower();
-            if (spelled.contains(key) || common.contains(word) ||
-                turnedDown.contains(AppDataStore::normalisedSuggestionWord(word)))
+            const QString key = same(word);
+            if (spelled.contains(key) || turnedDown.contains(key) || common.contains(word))
                 continue;
             auto it = tallies.find(key);
             if (it == tallies.end()) {

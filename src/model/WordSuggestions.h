@@ -43,8 +43,9 @@ struct WordSuggestion {
 
 // The words of the history that look like names or terms (a capital letter
 // anywhere, or letters with digits), seen in at least two dictations, that
-// are neither common, nor spelled in the dictionary, nor dismissed. Each is
-// shown in its most frequent form; most dictations first, at most
+// are neither common, nor spelled in the dictionary, nor dismissed. Words
+// that differ only in case and marks are one, as normalisedSuggestionWord has
+// it; each is shown in its most frequent form, most dictations first, at most
 // `suggestionLimit`.
 inline constexpr qsizetype suggestionLimit = 50;
 QList<WordSuggestion> suggestWords(const QList<TranscriptEntry>& history,

@@ -46,7 +46,7 @@ std::expected<QString, qsizetype> utf8Text(const QByteArray& bytes) {
     qsizetype line = 1;
     for (const QByteArray& part : bytes.split('\n')) {
         QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-        (void)decoder.decode(part);
+        const QString decoded = decoder.decode(part); // decodes only when taken
         if (decoder.hasError())
             return std::unexpected(line);
         ++line;

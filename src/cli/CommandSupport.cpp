@@ -1,5 +1,6 @@
 #include "CommandSupport.h"
 
+#include "model/AppDataStore.h"
 #include "model/TextBounding.h"
 #include "model/UserDefaults.h"
 
@@ -125,6 +126,75 @@ int storeFailure(Invocation& in, const StoreError& error) {
     if (error.kind == StoreError::Kind::notSaved)
         return in.failure(error.message + u" Nothing was changed."_s);
     return in.failure(error.message);
+}
+
+namespace {
+
+// The format --format names; with none given, `fallback`. A usage error (its
+// status in `*status`) for a name that is not one.
+std::optional<TransferFormat> formatOption(Invocation& in, std::optional<TransferFormat> fallback,
+                                           int* status) {
+    const QStringList given = in.values(u"format"_s);
+    if (given.isEmpty()) {
+        if (!fallback)
+            *status = in.failure(u"Choose a .csv or .json file, or give --format csv or json."_s);
+        return fallback;
+    }
+    const auto named = transferFormatNamed(given.last());
+    if (!named)
+        *status = in.usageError(u"“%1” is not a format; use csv or json"_s.arg(given.last()));
+    return named;
+}
+
+} // namespace
+
+int importList(Invocation& in, TransferList list) {
+    const QString path = in.positionals()[0];
+    int status = 0;
+    const auto format = formatOption(in, transferFormat(path), &status);
+    if (!format)
+        return status;
+    if (auto unreadable = refuseUnreadable(in))
+        return *unreadable;
+    AppDataStore& store = in.app.store();
+    const auto imported = list == TransferList::words ? importDictionary(store, path, *format)
+                                                      : importSnippets(store, path, *format);
+    printNotices(in);
+    if (!imported)
+        return in.failure(imported.error().message);
+    in.out << imported->sentence() << Qt::endl;
+    return 0;
+}
+
+int exportList(Invocation& in, TransferList list) {
+    const QString path = in.positionals()[0];
+    const bool toOutput = path == u"-"_s;
+    int status = 0;
+    const auto format =
+        formatOption(in, toOutput ? TransferFormat::json : transferFormat(path), &status);
+    if (!format)
+        return status;
+    if (auto unreadable = refuseUnreadable(in))
+        return *unreadable;
+    const AppDataStore& store = in.app.store();
+    const bool words = list == TransferList::words;
+    if (toOutput) {
+        // A failed write to standard output is caught where every command's is.
+        in.out << QString::fromUtf8(words ? encodeDictionary(store.dictionaryEntries(), *format)
+                                          : encodeSnippets(store.snippets(), *format));
+        printNotices(in);
+        return 0;
+    }
+    const auto exported =
+        words ? exportDictionary(store, path, *format) : exportSnippets(store, path, *format);
+    printNotices(in);
+    if (!exported)
+        return in.failure(exported.error().message);
+    const qsizetype count = words ? store.dictionaryEntries().size() : store.snippets().size();
+    const QString noun =
+        words ? (count == 1 ? u"word"_s : u"words"_s) : (count == 1 ? u"snippet"_s : u"snippets"_s);
+    in.out << u"Wrote %1 %2 to %3."_s.arg(count).arg(noun, path) << Qt::endl;
+    return 0;
 }
 
 std::optional<double> parseSeconds(const QString& text) {

@@ -9,6 +9,7 @@
 #include "context/AppContext.h"
 #include "model/RawValueEnum.h"
 #include "model/StoreError.h"
+#include "model/WordsTransfer.h"
 
 #include <QDateTime>
 #include <QMultiMap>
@@ -101,6 +102,12 @@ int storeFailure(Invocation& in, const StoreError& error);
 void printNotices(Invocation& in);
 // Prints "Part N of M transcribed." on standard error for a recording sent in parts.
 std::function<void(TranscriptionProgress)> partProgress(Invocation& in);
+
+// "words import" and "snippets import", "words export" and "snippets export":
+// FILE in the format of --format or of its extension; "-" exports to standard
+// output, as JSON unless --format says otherwise.
+int importList(Invocation& in, TransferList list);
+int exportList(Invocation& in, TransferList list);
 
 // A number of seconds as an option gives it: finite, not negative and at most
 // a week, so that it fits every timer it is turned into. None otherwise.

@@ -56,6 +56,14 @@ int removeSnippet(Invocation& in) {
     return in.failure(u"No snippet has the trigger “%1”."_s.arg(trigger));
 }
 
+int importSnippetFile(Invocation& in) {
+    return importList(in, TransferList::snippets);
+}
+
+int exportSnippetFile(Invocation& in) {
+    return exportList(in, TransferList::snippets);
+}
+
 } // namespace
 
 int runSnippetsCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
@@ -82,6 +90,22 @@ int runSnippetsCommand(AppContext& app, const QStringList& arguments, QTextStrea
          {},
          {},
          removeSnippet},
+        {u"import"_s,
+         {u"snippets import FILE [--format csv|json]"_s,
+          u"Adds the snippets of a CSV or JSON file; a trigger you have takes the\n"
+          "file's expansion. A file with any fault changes nothing."_s},
+         1,
+         {},
+         {u"format"_s},
+         importSnippetFile},
+        {u"export"_s,
+         {u"snippets export FILE [--format csv|json]"_s,
+          u"Writes your snippets to a CSV or JSON file; FILE “-” writes to standard\n"
+          "output (JSON unless --format csv)."_s},
+         1,
+         {},
+         {u"format"_s},
+         exportSnippetFile},
     };
     return dispatch(app, u"snippets"_s, subcommands, arguments, out, err);
 }

@@ -2,6 +2,7 @@
 
 #include "model/AppDataStore.h"
 #include "model/TextBounding.h"
+#include "model/WordSuggestions.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -66,6 +67,48 @@ int removeWord(Invocation& in) {
     return in.failure(u"“%1” is not in your Words."_s.arg(spelling));
 }
 
+int listSuggestions(Invocation& in) {
+    if (auto status = refuseUnreadable(in))
+        return *status;
+    const auto suggestions = suggestWords(in.app.store());
+    printNotices(in);
+    if (in.flag(u"json"_s)) {
+        Json array = Json::array();
+        for (const auto& s : suggestions)
+            array.push_back({{"word", s.word}, {"dictations", s.dictations}});
+        in.out << QString::fromUtf8(jsonBytes(array, 2)) << Qt::endl;
+        return 0;
+    }
+    if (suggestions.isEmpty())
+        in.out << u"There are no word suggestions yet: names and terms you dictate in two or "
+                  "more dictations appear here."_s
+               << Qt::endl;
+    for (const auto& s : suggestions)
+        in.out << u"%1  (seen in %2 dictations)"_s.arg(s.word).arg(s.dictations) << Qt::endl;
+    return 0;
+}
+
+int dismissSuggestion(Invocation& in) {
+    const QString word = in.positionals()[0].trimmed();
+    if (AppDataStore::normalisedSuggestionWord(word).isEmpty())
+        return in.usageError(u"the word has no letters or digits"_s);
+    if (auto status = refuseUnreadable(in))
+        return *status;
+    if (auto saved = in.app.store().dismissWordSuggestions({word}); !saved)
+        return storeFailure(in, saved.error());
+    printNotices(in);
+    in.out << u"“%1” will not be suggested again."_s.arg(word) << Qt::endl;
+    return 0;
+}
+
+int importWords(Invocation& in) {
+    return importList(in, TransferList::words);
+}
+
+int exportWords(Invocation& in) {
+    return exportList(in, TransferList::words);
+}
+
 } // namespace
 
 int runWordsCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
@@ -92,6 +135,42 @@ int runWordsCommand(AppContext& app, const QStringList& arguments, QTextStream& 
          {},
          {},
          removeWord},
+        {u"suggestions"_s,
+         {u"words suggestions [--json]"_s,
+          u"Lists names and terms from your history that your Words do not have yet,\n"
+          "with the number of dictations each was seen in."_s},
+         0,
+         {u"json"_s},
+         {},
+         listSuggestions},
+        {u"accept"_s,
+         {u"words accept WORD"_s, u"Adds a suggested word to your Words."_s},
+         1,
+         {},
+         {},
+         addWord},
+        {u"dismiss"_s,
+         {u"words dismiss WORD"_s, u"Stops suggesting WORD (in any case)."_s},
+         1,
+         {},
+         {},
+         dismissSuggestion},
+        {u"import"_s,
+         {u"words import FILE [--format csv|json]"_s,
+          u"Adds the words of a CSV or JSON file to your Words; a spelling you have\n"
+          "gains the file's spoken forms. A file with any fault changes nothing."_s},
+         1,
+         {},
+         {u"format"_s},
+         importWords},
+        {u"export"_s,
+         {u"words export FILE [--format csv|json]"_s,
+          u"Writes your Words to a CSV or JSON file; FILE “-” writes to standard output\n"
+          "(JSON unless --format csv)."_s},
+         1,
+         {},
+         {u"format"_s},
+         exportWords},
     };
     return dispatch(app, u"words"_s, subcommands, arguments, out, err);
 }

@@ -283,3 +283,29 @@ TEST(SnippetExpansion, triggersMatchWholeWordsIgnoringCaseAndPunctuation) {
     EXPECT_EQ(expand(u"!! wow"_s), u"!! wow"_s);
     EXPECT_EQ(expand(u""_s), u""_s);
 }
+
+TEST_F(AppDataStoreTest, mergingManyEntriesKeepsFreeIdentifiersAndSavesAllOrNothing) {
+    const QUuid alpha = QUuid::createUuid(), gamma = QUuid::createUuid();
+    ASSERT_TRUE(store.saveReviewedSpelling(u"Alpha"_s, {}, alpha));
+    const auto counts = store.mergeDictionary({{alpha, u"Beta"_s, {}},
+                                               {gamma, u"Gamma"_s, {}},
+                                               {gamma, u"Delta"_s, {}},
+                                               {QUuid(), u"alpha"_s, {u"al"_s}}});
+    ASSERT_TRUE(counts);
+    EXPECT_EQ(counts->added, 3);
+    EXPECT_EQ(counts->merged, 1);
+    const auto entries = store.dictionaryEntries();
+    ASSERT_EQ(spellings(), (QStringList{u"alpha"_s, u"Beta"_s, u"Delta"_s, u"Gamma"_s}));
+    EXPECT_EQ(entries[0].id, alpha);
+    EXPECT_EQ(entries[0].spokenForms, QStringList{u"al"_s});
+    EXPECT_EQ(entries[3].id, gamma);
+    QSet<QUuid> ids;
+    for (const auto& e : entries)
+        ids.insert(e.id);
+    EXPECT_EQ(ids.size(), 4);
+
+    EXPECT_FALSE(store.mergeDictionary({{QUuid(), u"Epsilon"_s, {}}, {QUuid(), u" \n"_s, {}}}));
+    EXPECT_FALSE(store.mergeSnippets({{QUuid(), u"sig"_s, u"Best"_s}, {QUuid(), u"x"_s, u" "_s}}));
+    EXPECT_EQ(store.dictionaryEntries(), entries);
+    EXPECT_TRUE(store.snippets().isEmpty());
+}

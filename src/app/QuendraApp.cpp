@@ -14,11 +14,24 @@
 #include "panels/QuickPanels.h"
 #include "panels/StatusIcons.h"
 #include "platform/InstanceBus.h"
+#include "platform/LoginItem.h"
+#include "platform/UrlOpener.h"
 #include "session/HotKeyManager.h"
+#include "session/ShortcutSettings.h"
 #include "session/SingleInstanceCoordinator.h"
+#include "views/AccountSettings.h"
+#include "views/DictionaryListModel.h"
+#include "views/HistoryListModel.h"
+#include "views/NotesListModel.h"
+#include "views/SettingsModel.h"
+#include "views/ShortcutRecorder.h"
+#include "views/SnippetListModel.h"
+#include "views/WordSuggestionsModel.h"
+#include "views/WordsTransferActions.h"
 
 #include <QApplication>
 #include <QDateTime>
+#include <QDir>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QQmlApplicationEngine>
@@ -40,17 +53,36 @@ const QString accessibilityOff =
 
 } // namespace
 
-QuendraApp::QuendraApp(AppContext& context, QObject* parent)
+QuendraApp::QuendraApp(AppContext& context, bool quiet, QObject* parent)
     : QObject(parent)
-    , context(context) {}
+    , context(context)
+    , quiet(quiet) {}
 
 QuendraApp::~QuendraApp() {
-    // The controller goes before the panels and the desktop it talks to, the
-    // panels before the QML engine they share with the main window.
+    // The window goes first, then what it shows; the controller goes before
+    // the panels and the desktop it talks to, the panels before the QML
+    // engine they share with the main window.
     tray.reset();
     note.reset();
-    if (engine)
-        engine->rootContext()->setContextProperty(u"dictation"_s, nullptr);
+    if (engine) {
+        for (QObject* root : engine->rootObjects())
+            if (auto* window = qobject_cast<QQuickWindow*>(root)) {
+                window->hide();
+                window->setProperty("closing", true);
+            }
+        for (const char* name : {"dictation", "history", "dictionary", "snippets", "suggestions",
+                                 "wordsTransfer", "notesList", "settings", "shortcuts", "account"})
+            engine->rootContext()->setContextProperty(QString::fromLatin1(name), nullptr);
+    }
+    account.reset();
+    shortcuts.reset();
+    settings.reset();
+    notesList.reset();
+    wordsTransfer.reset();
+    suggestions.reset();
+    snippets.reset();
+    dictionary.reset();
+    history.reset();
     model.reset();
     panels.reset();
     engine.reset();
@@ -63,9 +95,9 @@ bool QuendraApp::start() {
     if (!desktop)
         qWarning("parlevo: %s", qPrintable(desktop.error()));
     engine = std::make_unique<QQmlApplicationEngine>();
-    panels = std::make_unique<QuickPanels>(desktop ? (*desktop)->accessibility.get() : nullptr,
-                                           desktop ? (*desktop)->screens.get() : nullptr,
-                                           engine.get());
+    panels =
+        std::make_unique<QuickPanels>(desktop ? (*desktop)->accessibility.get() : nullptr,
+                                      desktop ? (*desktop)->screens.get() : nullptr, engine.get());
     auto insertion = context.insertion();
     auto tracker = context.targetTracker();
     model = std::make_unique<AppModel>(AppModel::Parts{
@@ -89,20 +121,17 @@ bool QuendraApp::start() {
             co_return std::unexpected(describe(reply.error()));
         co_return std::expected<void, QString>{};
     });
-    connect(model.get(), &AppModel::mainWindowRequested, this, &QuendraApp::showMainWindow);
+    connect(model.get(), &AppModel::mainWindowRequested, this,
+            [this](const QString& section) { showMainWindow(section); });
 
-    QStringList sections;
-    for (auto section : allCases<AppSection>())
-        sections << title(section);
-    engine->rootContext()->setContextProperty(u"appSections"_s, sections);
-    engine->rootContext()->setContextProperty(u"dictation"_s, model.get());
+    buildViews();
     engine->load(QUrl(u"qrc:/ui/Main.qml"_s));
     if (engine->rootObjects().isEmpty())
         return false;
     QApplication::setWindowIcon(statusIcon(StatusIcon::ready));
 
     tray = std::make_unique<StatusTray>(*model);
-    connect(tray.get(), &StatusTray::openRequested, this, &QuendraApp::showMainWindow);
+    connect(tray.get(), &StatusTray::openRequested, this, [this] { showMainWindow(); });
     connect(tray.get(), &StatusTray::quitRequested, qApp, &QCoreApplication::quit);
     note = std::make_unique<NoteSession>(context.notes(), context.noteRecorder());
     connect(tray.get(), &StatusTray::noteToggleRequested, this, &QuendraApp::toggleNote);
@@ -127,8 +156,9 @@ bool QuendraApp::start() {
     if (StatusTray::available()) {
         tray->show();
     } else {
-        QApplication::setQuitOnLastWindowClosed(true);
-        showMainWindow();
+        QApplication::setQuitOnLastWindowClosed(!quiet);
+        if (!quiet)
+            showMainWindow();
     }
 
     registerShortcuts();
@@ -160,22 +190,17 @@ void QuendraApp::recoverNotes() {
 }
 
 void QuendraApp::registerShortcuts() {
-    AppDataStore& store = context.store();
-    if (auto hotKey = context.dictationHotKey()) {
-        connect(*hotKey, &HotKeyManager::pressed, model.get(), [this] { model->toggle(false); });
-        if (auto registered = (*hotKey)->registerShortcut(store.dictationShortcut()); !registered)
-            model->setHotKeyError(message(registered.error()));
+    if (!shortcutSettings) {
+        auto hotKey = context.dictationHotKey();
+        auto notesHotKey = context.notesHotKey();
+        model->setHotKeyError(!hotKey ? hotKey.error() : notesHotKey.error());
     } else {
-        model->setHotKeyError(hotKey.error());
-    }
-    if (const auto notesShortcut = store.notesRecordingShortcut()) {
-        if (auto hotKey = context.notesHotKey()) {
-            connect(*hotKey, &HotKeyManager::pressed, this, &QuendraApp::toggleNote);
-            if (auto registered = (*hotKey)->registerShortcut(*notesShortcut); !registered)
-                model->setNotesHotKeyError(message(registered.error()));
-        } else {
-            model->setNotesHotKeyError(hotKey.error());
-        }
+        shortcutSettings->registerStored();
+        const auto optional = [](const QString& s) {
+            return s.isEmpty() ? std::nullopt : std::optional<QString>(s);
+        };
+        model->setHotKeyError(optional(shortcutSettings->hotKeyError()));
+        model->setNotesHotKeyError(optional(shortcutSettings->notesHotKeyError()));
     }
     for (const QString& error : {model->hotKeyError(), model->notesHotKeyError()})
         if (!error.isEmpty())
@@ -214,12 +239,87 @@ void QuendraApp::answerOnTheBus() {
 }
 
 void QuendraApp::watchSettings() {
-    // The commands change the same settings and lists while the application runs.
+    // The commands change the same settings and lists while the application
+    // runs; one write is several changes of the folder, so they are gathered.
     const QString path = context.defaults().filePath();
+    refreshTimer = new QTimer(this);
+    refreshTimer->setSingleShot(true);
+    refreshTimer->setInterval(150);
+    connect(refreshTimer, &QTimer::timeout, this, &QuendraApp::refreshViews);
     settingsWatcher = std::make_unique<QFileSystemWatcher>();
     settingsWatcher->addPath(QFileInfo(path).absolutePath());
-    connect(settingsWatcher.get(), &QFileSystemWatcher::directoryChanged, model.get(),
-            [this] { model->reloadDefaults(); });
+    connect(settingsWatcher.get(), &QFileSystemWatcher::directoryChanged, refreshTimer,
+            qOverload<>(&QTimer::start));
+    // New and removed notes show in the Notes list.
+    notesWatcher = std::make_unique<QFileSystemWatcher>();
+    if (QDir().mkpath(context.notes().root()))
+        notesWatcher->addPath(context.notes().root());
+    connect(notesWatcher.get(), &QFileSystemWatcher::directoryChanged, notesList.get(),
+            &NotesListModel::refresh);
+}
+
+void QuendraApp::refreshViews() {
+    model->reloadDefaults();
+    history->refresh();
+    dictionary->refresh();
+    snippets->refresh();
+    suggestions->refresh();
+    settings->refresh();
+}
+
+void QuendraApp::buildViews() {
+    AppDataStore& store = context.store();
+    UrlOpener* opener = &context.urlOpener();
+    history =
+        std::make_unique<HistoryListModel>(store, context.pendingRecordings(), *model, opener);
+    dictionary = std::make_unique<DictionaryListModel>(store);
+    snippets = std::make_unique<SnippetListModel>(store);
+    suggestions = std::make_unique<WordSuggestionsModel>(store);
+    wordsTransfer = std::make_unique<WordsTransferActions>(store, *dictionary, *snippets);
+    notesList = std::make_unique<NotesListModel>(context.notes());
+    loginItem = LoginItem::create(QCoreApplication::applicationFilePath());
+    settings = std::make_unique<SettingsModel>(store, *loginItem,
+                                               [this] { return context.savedSignIn(); });
+    account = std::make_unique<AccountSettings>(AccountSettings::Parts{
+        .client = context.hostedClient(),
+        .tokens = context.tokens(),
+        .account = context.account(),
+        .connections = context.connections(),
+        .qwen = context.qwenInstaller(),
+        .browser = context.urlOpener(),
+    });
+    connect(account.get(), &AccountSettings::signInChanged, model.get(), &AppModel::refreshSetup);
+    auto hotKey = context.dictationHotKey();
+    auto notesHotKey = context.notesHotKey();
+    if (hotKey && notesHotKey) {
+        connect(*hotKey, &HotKeyManager::pressed, model.get(), [this] { model->toggle(false); });
+        connect(*notesHotKey, &HotKeyManager::pressed, this, &QuendraApp::toggleNote);
+        shortcutSettings = std::make_unique<ShortcutSettings>(store, **hotKey, **notesHotKey);
+        shortcuts = std::make_unique<ShortcutRecorder>(*shortcutSettings, *model);
+    }
+    // A finished dictation may bring a word worth suggesting.
+    connect(model.get(), &AppModel::entryCompleted, suggestions.get(),
+            &WordSuggestionsModel::refresh);
+    connect(suggestions.get(), &WordSuggestionsModel::accepted, dictionary.get(),
+            &DictionaryListModel::refresh);
+    connect(dictionary.get(), &DictionaryListModel::changed, suggestions.get(),
+            &WordSuggestionsModel::refresh);
+
+    QStringList sections;
+    for (auto section : allCases<AppSection>())
+        sections << title(section);
+    QQmlContext* root = engine->rootContext();
+    root->setContextProperty(u"appSections"_s, sections);
+    root->setContextProperty(u"dictation"_s, model.get());
+    root->setContextProperty(u"history"_s, history.get());
+    root->setContextProperty(u"dictionary"_s, dictionary.get());
+    root->setContextProperty(u"snippets"_s, snippets.get());
+    root->setContextProperty(u"suggestions"_s, suggestions.get());
+    root->setContextProperty(u"wordsTransfer"_s, wordsTransfer.get());
+    root->setContextProperty(u"notesList"_s, notesList.get());
+    root->setContextProperty(u"settings"_s, settings.get());
+    root->setContextProperty(u"shortcuts"_s, shortcuts.get());
+    root->setContextProperty(u"account"_s, account.get());
 }
 
 void QuendraApp::logTimings() {
@@ -246,9 +346,11 @@ void QuendraApp::toggleNote() {
     tray->setNoteRecording(note->isRecording());
 }
 
-void QuendraApp::showMainWindow() {
+void QuendraApp::showMainWindow(const QString& section) {
     for (QObject* root : engine->rootObjects()) {
         if (auto* window = qobject_cast<QQuickWindow*>(root)) {
+            if (!section.isEmpty())
+                QMetaObject::invokeMethod(window, "showSection", Q_ARG(QVariant, section));
             window->show();
             window->raise();
             window->requestActivate();

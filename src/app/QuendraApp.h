@@ -7,11 +7,23 @@
 
 class QQmlApplicationEngine;
 class QFileSystemWatcher;
+class QTimer;
 
 namespace quendra {
 
+class AccountSettings;
 class AppContext;
 class AppModel;
+class DictionaryListModel;
+class HistoryListModel;
+class LoginItem;
+class NotesListModel;
+class SettingsModel;
+class ShortcutRecorder;
+class ShortcutSettings;
+class SnippetListModel;
+class WordSuggestionsModel;
+class WordsTransferActions;
 class NoteSession;
 class QuickPanels;
 class StatusTray;
@@ -24,17 +36,21 @@ class QuendraApp : public QObject {
     Q_OBJECT
 
 public:
-    explicit QuendraApp(AppContext& context, QObject* parent = nullptr);
+    // `quiet`: started at login, so the window waits to be asked for.
+    explicit QuendraApp(AppContext& context, bool quiet = false, QObject* parent = nullptr);
     ~QuendraApp() override;
 
     // False when the main window could not load.
     bool start();
 
 public Q_SLOTS:
-    void showMainWindow();
+    // `section` is one of the window's: "home", "history", "account", …
+    void showMainWindow(const QString& section = {});
 
 private:
     void recoverNotes();
+    void buildViews();
+    void refreshViews();
     void registerShortcuts();
     void followTargets();
     void answerOnTheBus();
@@ -43,12 +59,27 @@ private:
     void toggleNote();
 
     AppContext& context;
+    const bool quiet;
     std::unique_ptr<QuickPanels> panels;
     std::unique_ptr<AppModel> model;
+    std::unique_ptr<LoginItem> loginItem;
+    std::unique_ptr<ShortcutSettings> shortcutSettings;
+    // What the main window shows; each goes before the objects it reads.
+    std::unique_ptr<HistoryListModel> history;
+    std::unique_ptr<DictionaryListModel> dictionary;
+    std::unique_ptr<SnippetListModel> snippets;
+    std::unique_ptr<WordSuggestionsModel> suggestions;
+    std::unique_ptr<WordsTransferActions> wordsTransfer;
+    std::unique_ptr<NotesListModel> notesList;
+    std::unique_ptr<SettingsModel> settings;
+    std::unique_ptr<ShortcutRecorder> shortcuts;
+    std::unique_ptr<AccountSettings> account;
     std::unique_ptr<QQmlApplicationEngine> engine;
     std::unique_ptr<NoteSession> note;
     std::unique_ptr<StatusTray> tray;
     std::unique_ptr<QFileSystemWatcher> settingsWatcher;
+    std::unique_ptr<QFileSystemWatcher> notesWatcher;
+    QTimer* refreshTimer = nullptr;
 };
 
 } // namespace quendra

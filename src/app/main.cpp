@@ -69,7 +69,7 @@ int main(int argc, char** argv) {
     if (!context.qa().any() && !quendra::SingleInstanceCoordinator::shouldContinueLaunching(
                                    QCoreApplication::applicationFilePath(), context.instanceBus()))
         return 0;
-    quendra::QuendraApp parlevo(context);
+    quendra::QuendraApp parlevo(context, arguments.contains(quendra::autostartSwitch));
     if (!parlevo.start())
         return 1;
     return QApplication::exec();

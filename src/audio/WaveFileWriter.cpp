@@ -22,6 +22,13 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
+std::optional<qint64> WaveFileWriter::durationMs(const QString& path) {
+    const QFileInfo info(path);
+    if (!info.isFile() || info.size() < headerBytes)
+        return std::nullopt;
+    return (info.size() - headerBytes) * 1000 / bytesPerSecond;
+}
+
 namespace {
 
 QString failure(const QString& what, const QString& path, int error) {

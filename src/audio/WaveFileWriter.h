@@ -5,6 +5,7 @@
 
 #include <expected>
 #include <functional>
+#include <optional>
 #include <span>
 
 namespace quendra {
@@ -21,6 +22,9 @@ public:
     static constexpr int headerBytes = 44;
     static constexpr int sampleRate = 16000;
     static constexpr int bytesPerSecond = 32000;
+
+    // The length of a kept recording from its size; none when it cannot be read.
+    static std::optional<qint64> durationMs(const QString& path);
 
     // Creates (or truncates) the file and writes a header for zero samples.
     static std::expected<WaveFileWriter, QString> create(const QString& path, FileSync sync = {});

@@ -68,8 +68,9 @@ std::expected<QStringList, QString> decodeArguments(int argc, char** argv) {
 }
 
 bool wantsCommandLine(const QStringList& arguments) {
+    // The login item starts the application itself, quietly.
     for (qsizetype i = 1; i < arguments.size(); ++i)
-        if (!arguments[i].startsWith(u"--qa-"_s))
+        if (!arguments[i].startsWith(u"--qa-"_s) && arguments[i] != autostartSwitch)
             return true;
     return false;
 }

@@ -17,6 +17,9 @@ enum class ExitStatus : int { success = 0, failure = 1, usage = 2 };
 // another file than the one meant, so it gets the sentence that refuses it.
 std::expected<QStringList, QString> decodeArguments(int argc, char** argv);
 
+// The login item's switch: the application starts without showing its window.
+inline const QString autostartSwitch = QStringLiteral("--autostart");
+
 // True when the process arguments (program name first) ask for a subcommand
 // or for help rather than for the application; test switches ("--qa-...")
 // belong to the application.

@@ -124,7 +124,7 @@ DictationIntelligence& AppContext::finishing() {
     return made(intelligence, [&] { return std::make_shared<DictationIntelligence>(); });
 }
 
-const QwenInstaller& AppContext::qwenInstaller() {
+QwenInstaller& AppContext::qwenInstaller() {
     QUENDRA_CHECK_THREAD(thread);
     return made(installer,
                 [&] { return std::make_unique<QwenInstaller>(applicationDataDirectory()); });

@@ -82,7 +82,7 @@ public:
     // on their own queue.
     TranscriptionService& transcription();
     DictationIntelligence& finishing();
-    const QwenInstaller& qwenInstaller();
+    QwenInstaller& qwenInstaller();
 
     // The recorders and what they need from this computer.
     AudioSourceFactory& audioSources();

@@ -1,5 +1,7 @@
 #include "AppModel.h"
 
+#include "model/DisplayText.h"
+
 #include "audio/AudioRecorder.h"
 #include "hosted/HostedTokenStore.h"
 #include "insertion/AppTargetTracker.h"
@@ -34,10 +36,8 @@ const QString noClearSpeechShown =
     u"No clear speech was detected. The recording is saved in History."_s;
 const QString recordingUnreadable = u"The recording could not be read."_s;
 
-// Whole seconds as minutes and two-digit seconds: "0:00", "60:00".
 QString clockText(double seconds) {
-    const auto whole = qint64(std::max(0.0, std::floor(seconds)));
-    return u"%1:%2"_s.arg(whole / 60).arg(whole % 60, 2, 10, QChar(u'0'));
+    return DisplayText::clock(qint64(std::max(0.0, std::floor(seconds))) * 1000);
 }
 
 } // namespace
@@ -233,6 +233,24 @@ void AppModel::reloadDefaults() {
     Q_EMIT stateChanged();
 }
 
+void AppModel::refreshSetup() {
+    QUENDRA_CHECK_THREAD(checker);
+    refreshPermissions();
+    Q_EMIT stateChanged();
+}
+
+QString AppModel::modelProblem() const {
+    return reasonNotToRecord(dictationModel()).value_or(QString());
+}
+
+QString AppModel::modelTitle() const {
+    return title(dictationModel());
+}
+
+QString AppModel::modelSetupSection() const {
+    return dictationModel() == DictationModel::hosted ? u"account"_s : u"settings"_s;
+}
+
 void AppModel::refreshPermissions() {
     microphoneOk = parts.microphone.granted();
     // Only a kept sign-in is worth asking the keyring about.
@@ -380,7 +398,7 @@ QCoro::Task<> AppModel::start(bool fromMenu, std::optional<InsertionTarget> pref
     if (const auto reason = reasonNotToRecord(model)) {
         setPhase(DictationPhase::failed(*reason));
         showHud(hudState(HudState::Kind::failed, *reason), std::nullopt);
-        Q_EMIT mainWindowRequested(model == DictationModel::hosted ? u"account"_s : u"settings"_s);
+        Q_EMIT mainWindowRequested(modelSetupSection());
         co_return;
     }
     if (!microphoneOk) {

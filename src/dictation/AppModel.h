@@ -65,6 +65,10 @@ class AppModel : public QObject {
         QStringList transcribingHistoryIDs READ transcribingHistoryIDList NOTIFY stateChanged)
     Q_PROPERTY(QString transcriptionCheckTitle READ transcriptionCheckTitle NOTIFY stateChanged)
     Q_PROPERTY(QString dictionaryTestText READ dictionaryTestText NOTIFY stateChanged)
+    Q_PROPERTY(bool dictionaryTestRecording READ dictionaryTestRecording NOTIFY stateChanged)
+    Q_PROPERTY(QString modelProblem READ modelProblem NOTIFY stateChanged)
+    Q_PROPERTY(QString modelTitle READ modelTitle NOTIFY stateChanged)
+    Q_PROPERTY(QString modelSetupSection READ modelSetupSection NOTIFY stateChanged)
 
 public:
     // The collaborators; each must outlive the model. The desktop ones are
@@ -124,6 +128,8 @@ public:
     void setConnectionCheck(std::function<QCoro::Task<std::expected<void, QString>>()> check);
     // Reads the settings again after another process changed them.
     void reloadDefaults();
+    // Asks again for the microphone and the kept sign-in, for the setup list.
+    Q_INVOKABLE void refreshSetup();
 
     // Observable state.
     const DictationPhase& currentPhase() const { return phaseValue; }
@@ -152,6 +158,14 @@ public:
     const QSet<QUuid>& transcribingHistoryIDs() const { return transcribing; }
     QString transcriptionCheckTitle() const;
     QString dictionaryTestText() const;
+    bool dictionaryTestRecording() const {
+        return testPhase.kind == DictionaryTestPhase::Case::recording;
+    }
+    // Why a dictation started now could not be transcribed; empty when it could.
+    QString modelProblem() const;
+    QString modelTitle() const;
+    // Where the window fixes the model's problem: "account" or "settings".
+    QString modelSetupSection() const;
     const TranscriptionCheckPhase& transcriptionCheckPhase() const { return checkPhase; }
     const DictionaryTestPhase& dictionaryTestPhase() const { return testPhase; }
     std::optional<QUuid> recordingEntryID() const { return recordingEntry; }

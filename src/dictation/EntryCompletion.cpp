@@ -1,5 +1,6 @@
 #include "EntryCompletion.h"
 
+#include "audio/WaveFileWriter.h"
 #include "model/AppDataStore.h"
 #include "model/PendingRecordingStore.h"
 
@@ -106,6 +107,8 @@ EntryCompletion::complete(QUuid id, std::function<void(TranscriptionProgress)> o
     finished.polished = style != DictationStyle::exact;
     finished.transcriptionError.reset();
     finished.recordingFileName.reset();
+    if (!finished.durationMs)
+        finished.durationMs = WaveFileWriter::durationMs(*path);
     if (auto stored = store.importHistory(finished); !stored) {
         // The text is not safe yet, so the audio stays for a retry.
         co_return std::unexpected(Failure{Failure::Kind::storage, stored.error().message});

@@ -16,6 +16,8 @@ void to_json(Json& j, const TranscriptEntry& e) {
         j["dictationSettings"] = *e.dictationSettings;
     if (e.rawText)
         j["rawText"] = *e.rawText;
+    if (e.durationMs)
+        j["durationMs"] = *e.durationMs;
 }
 
 void from_json(const Json& j, TranscriptEntry& e) {
@@ -33,6 +35,9 @@ void from_json(const Json& j, TranscriptEntry& e) {
     e.transcriptionError = field<QString>(j, "transcriptionError");
     e.dictationSettings = field<DictationSessionSettings>(j, "dictationSettings");
     e.rawText = field<QString>(j, "rawText");
+    e.durationMs = field<qint64>(j, "durationMs");
+    if (e.durationMs && *e.durationMs < 0)
+        e.durationMs.reset();
 }
 
 } // namespace quendra

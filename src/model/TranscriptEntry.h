@@ -17,6 +17,8 @@ struct TranscriptEntry {
     std::optional<QString> transcriptionError;
     std::optional<DictationSessionSettings> dictationSettings;
     std::optional<QString> rawText;
+    // Length of the recording, kept so History can show it after the audio is gone.
+    std::optional<qint64> durationMs;
 
     // Waiting to be transcribed: no text yet, but its recording is kept.
     bool isPending() const { return text.isEmpty() && recordingFileName.has_value(); }

@@ -70,7 +70,9 @@ QList<QwenInstaller::Step> QwenInstaller::steps(const QString& systemPython) con
 }
 
 QCoro::Task<std::expected<void, QString>>
-QwenInstaller::install(QList<Step> steps, std::function<void(Progress)> onProgress) {
+QwenInstaller::install(QList<Step> steps, std::function<void(Progress)> onProgress,
+                       Cancellation cancel) {
+    const QString cancelled = u"The installation was cancelled."_s;
     if (!QDir().mkpath(root) || !QDir().mkpath(QFileInfo(modelDirectory()).path()))
         co_return std::unexpected(u"Could not create %1."_s.arg(root));
     {
@@ -81,6 +83,8 @@ QwenInstaller::install(QList<Step> steps, std::function<void(Progress)> onProgre
     const int count = int(steps.size());
     for (int i = 0; i < count; ++i) {
         const Step& step = steps[i];
+        if (cancel && cancel->isCancelled())
+            co_return std::unexpected(cancelled);
         if (onProgress)
             onProgress({i + 1, count, step.title});
         const QFileInfo program(step.program);
@@ -94,8 +98,14 @@ QwenInstaller::install(QList<Step> steps, std::function<void(Progress)> onProgre
                                       QIODevice::Append);
         auto running = qCoro(process);
         const bool started = co_await running.start(step.program, step.arguments);
+        const int stopper = cancel ? cancel->onCancel([&process] { process.kill(); }) : -1;
         // Downloads of several gigabytes take long: no time limit.
         const bool finished = started && co_await running.waitForFinished(-1);
+        if (cancel) {
+            cancel->forget(stopper);
+            if (cancel->isCancelled())
+                co_return std::unexpected(cancelled);
+        }
         if (!finished || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
             co_return std::unexpected(
                 u"%1 failed. Check your connection and retry."_s.arg(step.title));

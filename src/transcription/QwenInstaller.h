@@ -1,5 +1,7 @@
 #pragma once
 
+#include "hosted/CancellationFlag.h"
+
 #include <QCoro/QCoroTask>
 #include <QString>
 #include <QStringList>
@@ -42,8 +44,10 @@ public:
     // Runs the steps in order with the incomplete marker present throughout;
     // the marker is removed only when every step succeeded. The error names
     // the step that failed.
-    QCoro::Task<std::expected<void, QString>> install(QList<Step> steps,
-                                                      std::function<void(Progress)> onProgress);
+    // Cancelling stops the step under way; the marker stays, so a later
+    // installation starts over.
+    QCoro::Task<std::expected<void, QString>>
+    install(QList<Step> steps, std::function<void(Progress)> onProgress, Cancellation cancel = {});
 
 private:
     QString root;

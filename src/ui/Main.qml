@@ -2,14 +2,52 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 
+// The main window: a list of sections on the left, the chosen one on the
+// right. Sections load the first time they are shown, so the window opens
+// quickly and costs nothing until it is wanted.
 ApplicationWindow {
     id: window
-    width: 880
-    height: 600
-    minimumWidth: 640
-    minimumHeight: 420
+    width: 920
+    height: 640
+    minimumWidth: 680
+    minimumHeight: 460
     visible: false
     title: "Parlevo"
+    color: palette.window
+
+    // "home", "notes", "words", "history", "settings".
+    property string section: "home"
+    // Set as the application quits: the sections let go of the models first.
+    property bool closing: false
+    readonly property var sectionKeys: ["home", "notes", "words", "history", "settings"]
+
+    function showSection(name) {
+        var index = sectionKeys.indexOf(name === "account" ? "settings" : name)
+        if (index >= 0) {
+            section = sectionKeys[index]
+            sectionList.currentIndex = index
+        }
+        if (name === "account")
+            accountRequested()
+    }
+    signal accountRequested()
+
+    onVisibleChanged: if (visible) dictation.refreshSetup()
+
+    Repeater {
+        model: window.sectionKeys.length
+        delegate: Item {
+            required property int index
+            Shortcut {
+                sequence: "Ctrl+" + (index + 1)
+                onActivated: window.showSection(window.sectionKeys[index])
+            }
+        }
+    }
+    Shortcut {
+        sequence: StandardKey.Close
+        onActivated: window.close()
+    }
 
     RowLayout {
         anchors.fill: parent
@@ -17,15 +55,31 @@ ApplicationWindow {
 
         ListView {
             id: sectionList
-            Layout.preferredWidth: 180
+            Layout.preferredWidth: 190
             Layout.fillHeight: true
             model: appSections
             currentIndex: 0
-            delegate: ItemDelegate {
+            focus: true
+            keyNavigationEnabled: true
+            Accessible.role: Accessible.PageTabList
+            Accessible.name: "Sections"
+            onCurrentIndexChanged: window.section = window.sectionKeys[currentIndex]
+            delegate: TabButton {
+                required property int index
+                required property string modelData
                 width: ListView.view.width
                 text: modelData
-                highlighted: ListView.isCurrentItem
-                onClicked: sectionList.currentIndex = index
+                checkable: true
+                checked: ListView.isCurrentItem
+                font.bold: ListView.isCurrentItem
+                Accessible.name: modelData
+                // Tabs are chosen by focus too: that is how a screen reader
+                // and the arrow keys pick one.
+                onActiveFocusChanged: if (activeFocus) sectionList.currentIndex = index
+                onClicked: {
+                    sectionList.currentIndex = index
+                    sectionList.forceActiveFocus()
+                }
             }
         }
 
@@ -35,15 +89,36 @@ ApplicationWindow {
             color: palette.mid
         }
 
-        Pane {
+        StackLayout {
+            id: pages
             Layout.fillWidth: true
             Layout.fillHeight: true
+            currentIndex: window.sectionKeys.indexOf(window.section)
 
-            Label {
-                anchors.centerIn: parent
-                text: appSections[sectionList.currentIndex]
-                font.pixelSize: 22
+            Loader {
+                active: !window.closing && (pages.currentIndex === 0 || item !== null)
+                source: "HomeSection.qml"
+                onLoaded: item.openSection.connect(window.showSection)
+            }
+            Loader {
+                active: !window.closing && (pages.currentIndex === 1 || item !== null)
+                source: "NotesSection.qml"
+            }
+            Loader {
+                active: !window.closing && (pages.currentIndex === 2 || item !== null)
+                source: "WordsSection.qml"
+            }
+            Loader {
+                active: !window.closing && (pages.currentIndex === 3 || item !== null)
+                source: "HistorySection.qml"
+            }
+            Loader {
+                id: settingsLoader
+                active: !window.closing && (pages.currentIndex === 4 || item !== null)
+                source: "SettingsSection.qml"
             }
         }
     }
+
+    onAccountRequested: if (settingsLoader.item) settingsLoader.item.showAccount()
 }

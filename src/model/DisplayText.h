@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+namespace quendra::DisplayText {
+
+// "14:02" for today, "Mon 14:02" within the week, "23 Nov 2026, 14:02" before.
+QString moment(const QDateTime& when, const QDateTime& now = QDateTime::currentDateTime());
+// "0:07", "12:30", "1:02:03".
+QString clock(qint64 milliseconds);
+
+} // namespace quendra::DisplayText

@@ -247,7 +247,12 @@ void QuendraApp::watchSettings() {
     refreshTimer->setInterval(150);
     connect(refreshTimer, &QTimer::timeout, this, &QuendraApp::refreshViews);
     settingsWatcher = std::make_unique<QFileSystemWatcher>();
-    settingsWatcher->addPath(QFileInfo(path).absolutePath());
+    // A new user has no settings folder yet; one made later would go unseen.
+    const QString folder = QFileInfo(path).absolutePath();
+    if (!QDir().mkpath(folder) || !settingsWatcher->addPath(folder))
+        qWarning("parlevo: changes made by the commands will show after a restart; %s cannot "
+                 "be watched",
+                 qPrintable(folder));
     connect(settingsWatcher.get(), &QFileSystemWatcher::directoryChanged, refreshTimer,
             qOverload<>(&QTimer::start));
     // New and removed notes show in the Notes list.

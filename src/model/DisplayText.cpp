@@ -11,7 +11,9 @@ QString moment(const QDateTime& when, const QDateTime& now) {
         return {};
     const QDateTime local = when.toLocalTime();
     const QLocale locale;
-    const QString time = locale.toString(local.time(), QLocale::ShortFormat);
+    // Minutes are enough to tell dictations apart; some locales' short form has seconds.
+    const QString time =
+        locale.toString(local.time(), locale.timeFormat(QLocale::ShortFormat).remove(u":ss"_s));
     const qint64 days = local.date().daysTo(now.toLocalTime().date());
     if (days == 0)
         return time;

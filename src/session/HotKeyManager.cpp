@@ -1,5 +1,7 @@
 #include "HotKeyManager.h"
 
+#include <utility>
+
 #include <cstdio>
 
 using namespace Qt::Literals::StringLiterals;
@@ -36,10 +38,12 @@ HotKeyManager::~HotKeyManager() {
 std::expected<void, HotKeyError>
 HotKeyManager::registerShortcut(const DictationShortcut& shortcut) {
     QUENDRA_CHECK_THREAD(checker);
+    const bool wasSuspended = std::exchange(suspended, false);
     if (registered) {
-        if (*registered == shortcut)
+        if (*registered == shortcut && !wasSuspended)
             return {};
-        service.unregisterHotKey(hotKeyID);
+        if (!wasSuspended)
+            service.unregisterHotKey(hotKeyID);
         registered.reset();
     }
     if (!service.registerHotKey(hotKeyID, shortcut.keysym, shortcut.modifiers))
@@ -48,6 +52,21 @@ HotKeyManager::registerShortcut(const DictationShortcut& shortcut) {
     if (hotKeyLog)
         std::fprintf(stderr, "qa registered shortcut=%s\n", qUtf8Printable(shortcut.displayName()));
     return {};
+}
+
+void HotKeyManager::suspend() {
+    QUENDRA_CHECK_THREAD(checker);
+    if (registered && !suspended) {
+        service.unregisterHotKey(hotKeyID);
+        suspended = true;
+    }
+}
+
+std::expected<void, HotKeyError> HotKeyManager::resume() {
+    QUENDRA_CHECK_THREAD(checker);
+    if (!suspended || !registered)
+        return {};
+    return registerShortcut(*registered);
 }
 
 } // namespace quendra

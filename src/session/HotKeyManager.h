@@ -25,6 +25,10 @@ public:
 
     std::expected<void, HotKeyError> registerShortcut(const DictationShortcut& shortcut);
     const std::optional<DictationShortcut>& registeredShortcut() const { return registered; }
+    // Lets the keys reach the application's own windows, as while a new
+    // shortcut is recorded; a registration or resume() takes them back.
+    void suspend();
+    std::expected<void, HotKeyError> resume();
 
     // Each registration written to standard error, for the tests that drive
     // the real desktop. Off by default.
@@ -44,6 +48,7 @@ private:
     HotKeyService& service;
     const std::uint32_t hotKeyID;
     std::optional<DictationShortcut> registered;
+    bool suspended = false;
     bool hotKeyLog = false;
 };
 

@@ -42,6 +42,20 @@ void ShortcutSettings::registerStored() {
             notesError = message(done.error());
 }
 
+void ShortcutSettings::suspend() {
+    QUENDRA_CHECK_THREAD(checker);
+    hotKey.suspend();
+    notesHotKey.suspend();
+}
+
+void ShortcutSettings::resume() {
+    QUENDRA_CHECK_THREAD(checker);
+    if (const auto done = hotKey.resume(); !done)
+        dictationError = message(done.error());
+    if (const auto done = notesHotKey.resume(); !done)
+        notesError = message(done.error());
+}
+
 bool ShortcutSettings::setShortcut(const DictationShortcut& shortcut) {
     QUENDRA_CHECK_THREAD(checker);
     if (sameKeys(shortcut, notes)) {

@@ -22,6 +22,10 @@ public:
     // Registers the stored shortcuts; their errors are published as usual.
     void registerStored();
 
+    // While a new shortcut is recorded the current ones are let go, so that
+    // their keys reach the recorder; resuming takes them back.
+    void suspend();
+    void resume();
     bool setShortcut(const DictationShortcut& shortcut);
     bool setNotesShortcut(const DictationShortcut& shortcut);
 

@@ -31,7 +31,7 @@ Pane {
                 onTextChanged: history.filter = text
                 Keys.onDownPressed: list.forceActiveFocus()
             }
-            Button {
+            PushButton {
                 text: "Open recordings folder"
                 onClicked: history.openFolder()
             }
@@ -45,7 +45,7 @@ Pane {
                                           : history.failedCount + (history.failedCount === 1 ? " dictation has" : " dictations have") + " no text yet."
                 wrapMode: Text.WordWrap
             }
-            Button {
+            PushButton {
                 text: history.retryingAll ? "Stop retrying" : "Retry all"
                 onClicked: history.retryingAll ? history.cancelRetryAll() : history.retryAllFailed()
             }
@@ -75,10 +75,10 @@ Pane {
             Accessible.name: "Dictations"
             ScrollBar.vertical: ScrollBar {}
 
-            delegate: Frame {
+            delegate: ItemDelegate {
                 id: row
                 required property string entryId
-                required property string text
+                required property string entryText
                 required property string failure
                 required property string time
                 required property string duration
@@ -90,8 +90,7 @@ Pane {
                 required property int index
                 width: ListView.view.width - 12
                 padding: 10
-                focus: ListView.isCurrentItem
-                Accessible.role: Accessible.ListItem
+                highlighted: ListView.isCurrentItem
                 Accessible.name: summary
                 background: Rectangle {
                     color: row.entryState === "failed" ? Qt.tint(palette.base, "#30ff3030") : palette.base
@@ -101,15 +100,14 @@ Pane {
                     radius: 4
                 }
 
-                ColumnLayout {
-                    width: parent.width
+                contentItem: ColumnLayout {
                     spacing: 6
                     Label {
                         Layout.fillWidth: true
                         wrapMode: Text.WordWrap
                         maximumLineCount: 6
                         elide: Text.ElideRight
-                        text: row.entryState === "done" ? row.text
+                        text: row.entryState === "done" ? row.entryText
                             : row.entryState === "transcribing" ? "Transcribing…" + (dictation.totalParts > 1 ? " (" + dictation.finishedParts + " of " + dictation.totalParts + " parts)" : "")
                             : row.entryState === "failed" ? row.failure
                             : "Waiting to be transcribed."
@@ -125,31 +123,31 @@ Pane {
                     Flow {
                         Layout.fillWidth: true
                         spacing: 6
-                        Button {
+                        PushButton {
                             visible: row.entryState === "done"
                             text: "Copy"
                             Accessible.description: row.summary
                             onClicked: history.copy(row.entryId)
                         }
-                        Button {
+                        PushButton {
                             visible: row.hasAudio && row.entryState !== "transcribing"
                             text: "Retry"
                             Accessible.description: row.summary
                             onClicked: history.retry(row.entryId)
                         }
-                        Button {
+                        PushButton {
                             visible: row.hasAudio && row.entryState !== "transcribing"
                             text: "Retry & copy"
                             Accessible.description: row.summary
                             onClicked: history.retryAndCopy(row.entryId)
                         }
-                        Button {
+                        PushButton {
                             visible: row.hasAudio
                             text: "Play"
                             Accessible.description: row.summary
                             onClicked: history.play(row.entryId)
                         }
-                        Button {
+                        PushButton {
                             text: "Delete"
                             enabled: row.entryState !== "transcribing"
                             Accessible.description: row.summary

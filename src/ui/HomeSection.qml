@@ -37,12 +37,12 @@ SectionPage {
 
     RowLayout {
         spacing: 8
-        Button {
+        PushButton {
             text: dictation.recording ? "Stop dictation" : "Start dictation"
             highlighted: true
             onClicked: dictation.toggle(true)
         }
-        Button {
+        PushButton {
             text: "Cancel"
             visible: dictation.recording || dictation.phase === "transcribing"
             onClicked: dictation.cancel()
@@ -96,7 +96,7 @@ SectionPage {
                             wrapMode: Text.WordWrap
                         }
                     }
-                    Button {
+                    PushButton {
                         visible: modelData.fix !== ""
                         text: modelData.fix
                         Accessible.description: modelData.detail
@@ -135,7 +135,7 @@ SectionPage {
                 selectByMouse: true
                 Accessible.name: "Last transcript"
             }
-            Button {
+            PushButton {
                 text: "Copy"
                 Accessible.name: "Copy last transcript"
                 onClicked: dictation.copyLastTranscript()

@@ -26,6 +26,24 @@ Pane {
         }
         ScrollView {
             id: scroller
+            // Keyboard focus brings its control into view.
+            Connections {
+                target: page.Window.window
+                function onActiveFocusItemChanged() { scroller.reveal(page.Window.activeFocusItem) }
+            }
+            function reveal(item) {
+                for (var up = item; up; up = up.parent) {
+                    if (up === column) {
+                        var flick = scroller.contentItem
+                        var top = item.mapToItem(column, 0, 0).y
+                        if (top < flick.contentY)
+                            flick.contentY = top
+                        else if (top + item.height > flick.contentY + flick.height)
+                            flick.contentY = top + item.height - flick.height
+                        return
+                    }
+                }
+            }
             Layout.fillWidth: true
             Layout.fillHeight: true
             contentWidth: availableWidth

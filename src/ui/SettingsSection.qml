@@ -31,7 +31,7 @@ SectionPage {
             columns: 3
             columnSpacing: 12
             Label { text: "Dictation"; Layout.preferredWidth: 160 }
-            Button {
+            PushButton {
                 id: dictationShortcutButton
                 text: shortcuts.recording === "dictation" ? "Press shortcut…" : shortcuts.dictationShortcut
                 Accessible.name: "Dictation shortcut"
@@ -54,7 +54,7 @@ SectionPage {
                 Accessible.name: text
             }
             Label { text: "Notes recording" }
-            Button {
+            PushButton {
                 text: shortcuts.recording === "notes" ? "Press shortcut…" : (shortcuts.notesShortcut !== "" ? shortcuts.notesShortcut : "Record shortcut")
                 Accessible.name: "Notes shortcut"
                 Accessible.description: "Press to record a new shortcut for starting and stopping a Notes recording"
@@ -140,7 +140,7 @@ SectionPage {
                 current: settings.model
                 onChosen: function (value) { settings.model = value }
             }
-            CheckBox {
+            ToggleCheck {
                 Layout.columnSpan: 2
                 text: "Fall back to another model when the chosen one fails"
                 checked: settings.allowFallback
@@ -161,8 +161,8 @@ SectionPage {
                     Accessible.name: "Groq API key"
                     Accessible.role: Accessible.EditableText
                 }
-                Button { text: "Save key"; onClicked: { account.saveGroqKey(groqKey.text); groqKey.text = "" } }
-                Button { text: "Remove key"; visible: account.groqKeySaved; onClicked: account.removeGroqKey() }
+                PushButton { text: "Save key"; onClicked: { account.saveGroqKey(groqKey.text); groqKey.text = "" } }
+                PushButton { text: "Remove key"; visible: account.groqKeySaved; onClicked: account.removeGroqKey() }
             }
             Label {
                 Layout.columnSpan: 2
@@ -184,12 +184,12 @@ SectionPage {
                     visible: !account.qwenInstalling
                 }
                 RowLayout {
-                    Button {
+                    PushButton {
                         visible: !account.qwenInstalled && !account.qwenInstalling
                         text: "Install Qwen"
                         onClicked: account.installQwen()
                     }
-                    Button {
+                    PushButton {
                         visible: account.qwenInstalling
                         text: "Cancel installation"
                         onClicked: account.cancelQwenInstall()
@@ -225,17 +225,17 @@ SectionPage {
         ColumnLayout {
             anchors.left: parent.left
             anchors.right: parent.right
-            Switch {
+            ToggleSwitch {
                 text: "Show a microphone button beside text fields"
                 checked: dictation.fieldMicrophoneEnabled
                 onToggled: dictation.fieldMicrophoneEnabled = checked
             }
-            Switch {
+            ToggleSwitch {
                 text: "Use the visible conversation as context"
                 checked: settings.contextAssist
                 onToggled: settings.contextAssist = checked
             }
-            Switch {
+            ToggleSwitch {
                 text: "Compose replies"
                 checked: settings.replyAssist
                 onToggled: settings.replyAssist = checked
@@ -248,7 +248,7 @@ SectionPage {
                 wrapMode: Text.WordWrap
                 text: "Say “Tell them Tuesday works” to compose a reply. Exact and AI Prompt keep the command literal."
             }
-            Switch {
+            ToggleSwitch {
                 text: "Start at login"
                 checked: settings.launchAtLogin
                 onToggled: settings.launchAtLogin = checked
@@ -268,22 +268,22 @@ SectionPage {
             spacing: 8
             Label { text: account.accountState; Layout.fillWidth: true; wrapMode: Text.WordWrap; Accessible.role: Accessible.StaticText }
             RowLayout {
-                Button {
+                PushButton {
                     visible: !account.signedIn && !account.signingIn
                     text: "Sign in with your browser"
                     onClicked: account.signInWithBrowser()
                 }
-                Button {
+                PushButton {
                     visible: account.signingIn
                     text: "Cancel sign-in"
                     onClicked: account.cancelSignIn()
                 }
-                Button {
+                PushButton {
                     visible: account.locked
                     text: "Unlock your saved sign-in"
                     onClicked: account.unlock()
                 }
-                Button {
+                PushButton {
                     visible: account.signedIn || account.locked
                     text: "Sign out"
                     onClicked: account.signOut()
@@ -299,7 +299,7 @@ SectionPage {
                     Accessible.role: Accessible.EditableText
                     onAccepted: { account.enterAccessCode(text); text = "" }
                 }
-                Button { text: "Use code"; onClicked: { account.enterAccessCode(accessCode.text); accessCode.text = "" } }
+                PushButton { text: "Use code"; onClicked: { account.enterAccessCode(accessCode.text); accessCode.text = "" } }
             }
             Label {
                 Layout.fillWidth: true
@@ -309,14 +309,14 @@ SectionPage {
                 Accessible.role: Accessible.StaticText
             }
             RowLayout {
-                Button {
+                PushButton {
                     text: "Check connection"
                     onClicked: dictation.checkTranscriptionStatus()
                 }
                 Label { text: dictation.transcriptionCheckTitle; Layout.fillWidth: true; wrapMode: Text.WordWrap }
             }
             RowLayout {
-                Button {
+                PushButton {
                     text: dictation.dictionaryTestRecording ? "Stop test" : "Test your Words"
                     Accessible.description: "Records a few words and shows how they are transcribed with your Words"
                     onClicked: dictation.toggleDictionaryTest()

@@ -81,12 +81,12 @@ Pane {
                     onAccepted: dictionaryTab.finishEdit()
                 }
                 RowLayout {
-                    Button {
+                    PushButton {
                         text: dictionaryTab.editing === "" ? "Add word" : "Save word"
                         enabled: spellingField.text.trim() !== ""
                         onClicked: dictionaryTab.finishEdit()
                     }
-                    Button {
+                    PushButton {
                         visible: dictionaryTab.editing !== ""
                         text: "Cancel edit"
                         onClicked: { dictionaryTab.editing = ""; spellingField.text = ""; formsField.text = "" }
@@ -103,8 +103,8 @@ Pane {
                     onTextChanged: dictionary.filter = text
                     Keys.onDownPressed: dictionaryList.forceActiveFocus()
                 }
-                Button { text: "Import…"; Accessible.name: "Import words"; onClicked: wordsTransfer.chooseImport("words") }
-                Button { text: "Export…"; Accessible.name: "Export words"; onClicked: wordsTransfer.chooseExport("words") }
+                PushButton { text: "Import…"; Accessible.name: "Import words"; onClicked: wordsTransfer.chooseImport("words") }
+                PushButton { text: "Export…"; Accessible.name: "Export words"; onClicked: wordsTransfer.chooseExport("words") }
             }
             Label {
                 Layout.fillWidth: true
@@ -140,12 +140,12 @@ Pane {
                     contentItem: RowLayout {
                         Label { text: wordRow.spelling; font.bold: true; Layout.preferredWidth: 200; elide: Text.ElideRight }
                         Label { text: wordRow.formsText; Layout.fillWidth: true; elide: Text.ElideRight; opacity: 0.8 }
-                        Button {
+                        PushButton {
                             text: "Edit"
                             Accessible.name: "Edit " + wordRow.spelling
                             onClicked: dictionaryTab.startEdit(wordRow.entryId, wordRow.spelling, wordRow.formsText)
                         }
-                        Button {
+                        PushButton {
                             text: "Remove"
                             Accessible.name: "Remove " + wordRow.spelling
                             onClicked: dictionary.remove(wordRow.entryId)
@@ -178,12 +178,12 @@ Pane {
                     Accessible.role: Accessible.EditableText
                 }
                 RowLayout {
-                    Button {
+                    PushButton {
                         text: snippetTab.editing === "" ? "Add snippet" : "Save snippet"
                         enabled: triggerField.text.trim() !== "" && expansionField.text.trim() !== ""
                         onClicked: snippetTab.finishEdit()
                     }
-                    Button {
+                    PushButton {
                         visible: snippetTab.editing !== ""
                         text: "Cancel edit"
                         onClicked: { snippetTab.editing = ""; triggerField.text = ""; expansionField.text = "" }
@@ -211,8 +211,8 @@ Pane {
                     Accessible.role: Accessible.EditableText
                     onTextChanged: snippets.filter = text
                 }
-                Button { text: "Import…"; Accessible.name: "Import snippets"; onClicked: wordsTransfer.chooseImport("snippets") }
-                Button { text: "Export…"; Accessible.name: "Export snippets"; onClicked: wordsTransfer.chooseExport("snippets") }
+                PushButton { text: "Import…"; Accessible.name: "Import snippets"; onClicked: wordsTransfer.chooseImport("snippets") }
+                PushButton { text: "Export…"; Accessible.name: "Export snippets"; onClicked: wordsTransfer.chooseExport("snippets") }
             }
             Label {
                 Layout.fillWidth: true
@@ -241,12 +241,12 @@ Pane {
                     contentItem: RowLayout {
                         Label { text: snippetRow.trigger; font.bold: true; Layout.preferredWidth: 200; elide: Text.ElideRight }
                         Label { text: snippetRow.expansion; Layout.fillWidth: true; elide: Text.ElideRight; maximumLineCount: 1; opacity: 0.8 }
-                        Button {
+                        PushButton {
                             text: "Edit"
                             Accessible.name: "Edit snippet " + snippetRow.trigger
                             onClicked: { snippetTab.editing = snippetRow.entryId; triggerField.text = snippetRow.trigger; expansionField.text = snippetRow.expansion }
                         }
-                        Button {
+                        PushButton {
                             text: "Remove"
                             Accessible.name: "Remove snippet " + snippetRow.trigger
                             onClicked: snippets.remove(snippetRow.entryId)
@@ -290,8 +290,8 @@ Pane {
                     contentItem: RowLayout {
                         Label { text: suggestionRow.word; font.bold: true; Layout.fillWidth: true }
                         Label { text: "seen in " + suggestionRow.dictations + " dictations"; opacity: 0.75 }
-                        Button { text: "Add"; Accessible.name: "Add " + suggestionRow.word; onClicked: suggestions.accept(suggestionRow.word) }
-                        Button { text: "Dismiss"; Accessible.name: "Dismiss " + suggestionRow.word; onClicked: suggestions.dismiss(suggestionRow.word) }
+                        PushButton { text: "Add"; Accessible.name: "Add " + suggestionRow.word; onClicked: suggestions.accept(suggestionRow.word) }
+                        PushButton { text: "Dismiss"; Accessible.name: "Dismiss " + suggestionRow.word; onClicked: suggestions.dismiss(suggestionRow.word) }
                     }
                 }
             }

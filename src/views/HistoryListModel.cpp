@@ -87,7 +87,7 @@ QVariant HistoryListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> HistoryListModel::roleNames() const {
-    return {{IdRole, "entryId"},       {TextRole, "text"},         {FailureRole, "failure"},
+    return {{IdRole, "entryId"},       {TextRole, "entryText"},    {FailureRole, "failure"},
             {TimeRole, "time"},        {DurationRole, "duration"}, {ModelRole, "modelTitle"},
             {StyleRole, "styleTitle"}, {StateRole, "entryState"},  {HasAudioRole, "hasAudio"},
             {SummaryRole, "summary"}};

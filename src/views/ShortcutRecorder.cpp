@@ -53,8 +53,10 @@ ShortcutRecorder::ShortcutRecorder(ShortcutSettings& settings, AppModel& dictati
     , dictation(dictation) {}
 
 ShortcutRecorder::~ShortcutRecorder() {
-    if (!purpose.isEmpty())
+    if (!purpose.isEmpty()) {
         qApp->removeEventFilter(this);
+        settings.resume();
+    }
 }
 
 QString ShortcutRecorder::dictationShortcut() const {
@@ -79,6 +81,7 @@ void ShortcutRecorder::start(const QString& which) {
         return;
     if (purpose.isEmpty())
         qApp->installEventFilter(this);
+    settings.suspend();
     purpose = which;
     message = u"Press shortcut…"_s;
     Q_EMIT changed();
@@ -91,6 +94,8 @@ void ShortcutRecorder::stop() {
     qApp->removeEventFilter(this);
     purpose.clear();
     message.clear();
+    settings.resume();
+    publishErrors();
     Q_EMIT changed();
 }
 
@@ -113,6 +118,8 @@ bool ShortcutRecorder::press(std::uint32_t keysym, int qtModifiers, const QStrin
         stop();
         return false;
     }
+    // A refused shortcut put the previous one back; recording goes on without it.
+    settings.suspend();
     message = u"Press another shortcut to try again."_s;
     Q_EMIT changed();
     return true;

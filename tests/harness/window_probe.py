@@ -38,8 +38,10 @@ def application(pid):
 
 
 def showing(node):
+    # Visible rather than on the screen: a control scrolled out of view is
+    # still one Tab away, as for a person using the keyboard.
     try:
-        return node.get_state_set().contains(Atspi.StateType.SHOWING)
+        return node.get_state_set().contains(Atspi.StateType.VISIBLE)
     except Exception:  # an element gone while walking
         return False
 

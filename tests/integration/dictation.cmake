@@ -1,7 +1,7 @@
 # Dictation end to end with the installed application on a private desktop
 # and sound server (tests/harness/app.sh).
 if(TARGET parlevo AND TARGET parlevo-sphinx-worker AND TARGET quendra_platform_linux)
-    foreach(name dictation_app dictation_faults)
+    foreach(name dictation_app dictation_faults main_window)
         if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/integration/desktop/${name}.sh)
             add_test(NAME integration.desktop_${name}
                      COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/desktop/${name}.sh

@@ -4,6 +4,7 @@
 #include "fakes/FakeAccessibility.h"
 #include "fakes/FakeDesktop.h"
 #include "fakes/FakeMicrophonePermission.h"
+#include "fakes/RecordingPanels.h"
 #include "fakes/ScriptedAudioSource.h"
 #include "insertion/InsertionService.h"
 #include "model/AppDataStore.h"
@@ -30,31 +31,6 @@ using testing::ElementsAre;
 namespace {
 
 constexpr qint64 editorPid = 40;
-
-// Remembers what the windows were asked to show, in order.
-class RecordingPanels : public DictationPanels {
-public:
-    void showHud(const HudState& state, const std::optional<InsertionTarget>&) override {
-        hud = state;
-        calls << u"hud"_s;
-    }
-    void hideHud() override {
-        hud.reset();
-        calls << u"hideHud"_s;
-    }
-    void showPlacement(const QString& message) override { placement = message; }
-    void hidePlacement() override { placement.clear(); }
-    void showAlert(const DictationAlert& shown) override { alert = shown; }
-    void dismissAlert() override { alert.reset(); }
-    void showFieldMicrophone(const InsertionTarget&) override { microphone = true; }
-    void hideFieldMicrophone() override { microphone = false; }
-
-    std::optional<HudState> hud;
-    std::optional<DictationAlert> alert;
-    QString placement;
-    bool microphone = false;
-    QStringList calls;
-};
 
 // An engine that answers every part with the text it is given, counting parts.
 class ScriptedEngine : public TranscriptionEngine {

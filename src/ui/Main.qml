@@ -4,7 +4,7 @@ import QtQuick.Layouts
 
 // The main window: a list of sections on the left, the chosen one on the
 // right. Sections load the first time they are shown, so the window opens
-// quickly and costs nothing until it is wanted.
+// quickly and a copy living in the tray costs nothing until it is wanted.
 ApplicationWindow {
     id: window
     width: 920
@@ -96,25 +96,25 @@ ApplicationWindow {
             currentIndex: window.sectionKeys.indexOf(window.section)
 
             Loader {
-                active: !window.closing && (pages.currentIndex === 0 || item !== null)
+                active: !window.closing && ((window.visible && pages.currentIndex === 0) || item !== null)
                 source: "HomeSection.qml"
                 onLoaded: item.openSection.connect(window.showSection)
             }
             Loader {
-                active: !window.closing && (pages.currentIndex === 1 || item !== null)
+                active: !window.closing && ((window.visible && pages.currentIndex === 1) || item !== null)
                 source: "NotesSection.qml"
             }
             Loader {
-                active: !window.closing && (pages.currentIndex === 2 || item !== null)
+                active: !window.closing && ((window.visible && pages.currentIndex === 2) || item !== null)
                 source: "WordsSection.qml"
             }
             Loader {
-                active: !window.closing && (pages.currentIndex === 3 || item !== null)
+                active: !window.closing && ((window.visible && pages.currentIndex === 3) || item !== null)
                 source: "HistorySection.qml"
             }
             Loader {
                 id: settingsLoader
-                active: !window.closing && (pages.currentIndex === 4 || item !== null)
+                active: !window.closing && ((window.visible && pages.currentIndex === 4) || item !== null)
                 source: "SettingsSection.qml"
             }
         }

@@ -283,8 +283,9 @@ void QuendraApp::buildViews() {
     wordsTransfer = std::make_unique<WordsTransferActions>(store, *dictionary, *snippets);
     notesList = std::make_unique<NotesListModel>(context.notes());
     loginItem = LoginItem::create(QCoreApplication::applicationFilePath());
+    // The controller's own answer: it asks the keyring once, not at every redraw.
     settings = std::make_unique<SettingsModel>(store, *loginItem,
-                                               [this] { return context.savedSignIn(); });
+                                               [this] { return model->dictationModel(); });
     account = std::make_unique<AccountSettings>(AccountSettings::Parts{
         .client = context.hostedClient(),
         .tokens = context.tokens(),
@@ -296,9 +297,11 @@ void QuendraApp::buildViews() {
     connect(account.get(), &AccountSettings::signInChanged, model.get(), &AppModel::refreshSetup);
     auto hotKey = context.dictationHotKey();
     auto notesHotKey = context.notesHotKey();
-    if (hotKey && notesHotKey) {
+    if (hotKey)
         connect(*hotKey, &HotKeyManager::pressed, model.get(), [this] { model->toggle(false); });
+    if (notesHotKey)
         connect(*notesHotKey, &HotKeyManager::pressed, this, &QuendraApp::toggleNote);
+    if (hotKey && notesHotKey) {
         shortcutSettings = std::make_unique<ShortcutSettings>(store, **hotKey, **notesHotKey);
         shortcuts = std::make_unique<ShortcutRecorder>(*shortcutSettings, *model);
     }

@@ -244,6 +244,27 @@ TransferError unknownFormat() {
 }
 
 template <typename T>
+std::expected<QList<T>, TransferError> readList(const QString& path) {
+    const auto format = transferFormat(path);
+    if (!format)
+        return std::unexpected(unknownFormat());
+    auto bytes = DurableFile::read(path, transferFileLimit);
+    if (!bytes)
+        return std::unexpected(TransferError{bytes.error().message});
+    return parseList<T>(*bytes, *format, path);
+}
+
+template <typename T>
+std::expected<TransferSummary, TransferError> mergeList(AppDataStore& store, const QList<T>& list) {
+    auto counts = ListTraits<T>::merge(store, list);
+    if (!counts)
+        return std::unexpected(TransferError{counts.error().message + u" Nothing was changed."_s});
+    return TransferSummary{std::is_same_v<T, VoiceSnippet> ? TransferList::snippets
+                                                           : TransferList::words,
+                           counts->added, counts->merged, counts->repeated};
+}
+
+template <typename T>
 std::expected<TransferSummary, TransferError> importList(AppDataStore& store, const QString& path,
                                                          TransferFormat format) {
     auto bytes = DurableFile::read(path, transferFileLimit);
@@ -252,12 +273,7 @@ std::expected<TransferSummary, TransferError> importList(AppDataStore& store, co
     auto list = parseList<T>(*bytes, format, path);
     if (!list)
         return std::unexpected(list.error());
-    auto counts = ListTraits<T>::merge(store, *list);
-    if (!counts)
-        return std::unexpected(TransferError{counts.error().message + u" Nothing was changed."_s});
-    return TransferSummary{std::is_same_v<T, VoiceSnippet> ? TransferList::snippets
-                                                           : TransferList::words,
-                           counts->added, counts->merged, counts->repeated};
+    return mergeList(store, *list);
 }
 
 std::expected<void, TransferError> writeFile(const QString& path, const QByteArray& bytes) {
@@ -350,6 +366,25 @@ std::expected<TransferSummary, TransferError> importSnippets(AppDataStore& store
     if (!format)
         return std::unexpected(unknownFormat());
     return importSnippets(store, path, *format);
+}
+
+std::expected<QList<PersonalDictionaryEntry>, TransferError>
+readDictionaryFile(const QString& path) {
+    return readList<PersonalDictionaryEntry>(path);
+}
+
+std::expected<QList<VoiceSnippet>, TransferError> readSnippetsFile(const QString& path) {
+    return readList<VoiceSnippet>(path);
+}
+
+std::expected<TransferSummary, TransferError>
+mergeImported(AppDataStore& store, const QList<PersonalDictionaryEntry>& entries) {
+    return mergeList(store, entries);
+}
+
+std::expected<TransferSummary, TransferError> mergeImported(AppDataStore& store,
+                                                            const QList<VoiceSnippet>& snippets) {
+    return mergeList(store, snippets);
 }
 
 std::expected<void, TransferError> exportDictionary(const AppDataStore& store, const QString& path,

@@ -64,6 +64,17 @@ std::expected<TransferSummary, TransferError> importSnippets(AppDataStore& store
 std::expected<void, TransferError> exportDictionary(const AppDataStore& store, const QString& path);
 std::expected<void, TransferError> exportSnippets(const AppDataStore& store, const QString& path);
 
+// An import in two steps, for a window that must not wait: reading and
+// checking the whole file (any thread), then one change of the store (the
+// store's thread). The import functions above are these two together.
+std::expected<QList<PersonalDictionaryEntry>, TransferError>
+readDictionaryFile(const QString& path);
+std::expected<QList<VoiceSnippet>, TransferError> readSnippetsFile(const QString& path);
+std::expected<TransferSummary, TransferError>
+mergeImported(AppDataStore& store, const QList<PersonalDictionaryEntry>& entries);
+std::expected<TransferSummary, TransferError> mergeImported(AppDataStore& store,
+                                                            const QList<VoiceSnippet>& snippets);
+
 // The same with the format given.
 std::expected<TransferSummary, TransferError>
 importDictionary(AppDataStore& store, const QString& path, TransferFormat format);

@@ -106,6 +106,11 @@ Pane {
                 PushButton { text: "Import…"; Accessible.name: "Import words"; onClicked: wordsTransfer.chooseImport("words") }
                 PushButton { text: "Export…"; Accessible.name: "Export words"; onClicked: wordsTransfer.chooseExport("words") }
             }
+            RowLayout {
+                visible: wordsTransfer.importing === "words"
+                BusyIndicator { running: parent.visible; implicitWidth: 28; implicitHeight: 28; Accessible.name: "Importing" }
+                PushButton { text: "Cancel import"; onClicked: wordsTransfer.cancelImport() }
+            }
             Label {
                 Layout.fillWidth: true
                 visible: text !== ""
@@ -213,6 +218,11 @@ Pane {
                 }
                 PushButton { text: "Import…"; Accessible.name: "Import snippets"; onClicked: wordsTransfer.chooseImport("snippets") }
                 PushButton { text: "Export…"; Accessible.name: "Export snippets"; onClicked: wordsTransfer.chooseExport("snippets") }
+            }
+            RowLayout {
+                visible: wordsTransfer.importing === "snippets"
+                BusyIndicator { running: parent.visible; implicitWidth: 28; implicitHeight: 28; Accessible.name: "Importing" }
+                PushButton { text: "Cancel import"; onClicked: wordsTransfer.cancelImport() }
             }
             Label {
                 Layout.fillWidth: true

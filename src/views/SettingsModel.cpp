@@ -23,11 +23,11 @@ QVariantMap choice(const QVariant& value, const QString& title, const QString& d
 } // namespace
 
 SettingsModel::SettingsModel(AppDataStore& store, LoginItem& loginItem,
-                             std::function<bool()> savedSignIn, QObject* parent)
+                             std::function<DictationModel()> currentModel, QObject* parent)
     : QObject(parent)
     , store(store)
     , loginItem(loginItem)
-    , savedSignIn(std::move(savedSignIn)) {}
+    , currentModel(std::move(currentModel)) {}
 
 QVariantList SettingsModel::styles() const {
     QVariantList list;
@@ -92,12 +92,14 @@ void SettingsModel::setLanguage(const QString& value) {
 }
 
 QString SettingsModel::model() const {
-    return raw(store.dictationModel(savedSignIn ? savedSignIn() : false));
+    return raw(currentModel());
 }
 
 void SettingsModel::setModel(const QString& value) {
     QUENDRA_CHECK_THREAD(checker);
-    if (const auto m = fromRawValue<DictationModel>(value); m && value != model())
+    // Written even when it is the model in use anyway: a choice the user made
+    // stays when signing in or out would change the default.
+    if (const auto m = fromRawValue<DictationModel>(value))
         report(store.setDictationModel(*m));
 }
 

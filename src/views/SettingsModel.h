@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/DictationModel.h"
 #include "model/MainThreadChecker.h"
 
 #include <QObject>
@@ -35,9 +36,10 @@ class SettingsModel : public QObject {
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
 
 public:
-    // `savedSignIn` decides the model shown when none was chosen.
-    SettingsModel(AppDataStore& store, LoginItem& loginItem, std::function<bool()> savedSignIn,
-                  QObject* parent = nullptr);
+    // `currentModel` is the model a dictation would use now, shown when none
+    // was chosen.
+    SettingsModel(AppDataStore& store, LoginItem& loginItem,
+                  std::function<DictationModel()> currentModel, QObject* parent = nullptr);
 
     QVariantList styles() const;
     QVariantList languages() const;
@@ -84,7 +86,7 @@ private:
     MainThreadChecker checker;
     AppDataStore& store;
     LoginItem& loginItem;
-    std::function<bool()> savedSignIn;
+    std::function<DictationModel()> currentModel;
     QString messageText;
 };
 

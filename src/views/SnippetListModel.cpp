@@ -88,9 +88,13 @@ bool SnippetListModel::save(const QString& trigger, const QString& expansion, co
         const bool kept = std::any_of(now.begin(), now.end(), [&](const VoiceSnippet& s) {
             return s.id == old && s.trigger.compare(trigger.simplified(), Qt::CaseInsensitive);
         });
-        if (kept)
-            if (auto removed = store.removeSnippet(old); !removed)
+        if (kept) {
+            if (auto removed = store.removeSnippet(old); !removed) {
+                refresh();
                 setMessage(removed.error().message);
+                return false;
+            }
+        }
     }
     setMessage(u"Saved the snippet “%1”."_s.arg(trigger.simplified()));
     refresh();

@@ -2,7 +2,6 @@
 
 #include "DictionaryListModel.h"
 #include "SnippetListModel.h"
-#include "model/WordsTransfer.h"
 
 #include <QDir>
 #include <QFileDialog>
@@ -26,6 +25,8 @@ WordsTransferActions::WordsTransferActions(AppDataStore& store, DictionaryListMo
 
 WordsTransferActions::~WordsTransferActions() {
     delete dialog.data();
+    if (reader.joinable())
+        reader.join();
 }
 
 void WordsTransferActions::chooseImport(const QString& list) {
@@ -59,13 +60,54 @@ void WordsTransferActions::chooseExport(const QString& list) {
 
 void WordsTransferActions::importFile(const QString& list, const QString& path) {
     QUENDRA_CHECK_THREAD(checker);
-    const bool words = list != u"snippets"_s;
-    const auto done = words ? importDictionary(store, path) : importSnippets(store, path);
-    report(list, done ? done->sentence() : done.error().message);
-    if (done) {
+    if (!importingList.isEmpty())
+        return;
+    if (reader.joinable())
+        reader.join();
+    importingList = list;
+    importCancelled = false;
+    Q_EMIT importingChanged();
+    report(list, u"Reading %1…"_s.arg(QDir::toNativeSeparators(path)));
+    reader = std::thread([this, list, path] {
+        if (list == u"snippets"_s) {
+            auto read = readSnippetsFile(path);
+            QMetaObject::invokeMethod(
+                this, [this, list, read = std::move(read)] { finishImport(list, read); },
+                Qt::QueuedConnection);
+        } else {
+            auto read = readDictionaryFile(path);
+            QMetaObject::invokeMethod(
+                this, [this, list, read = std::move(read)] { finishImport(list, read); },
+                Qt::QueuedConnection);
+        }
+    });
+}
+
+template <typename T>
+void WordsTransferActions::finishImport(const QString& list,
+                                        const std::expected<QList<T>, TransferError>& read) {
+    importingList.clear();
+    Q_EMIT importingChanged();
+    if (importCancelled) {
+        report(list, u"The import was cancelled. Nothing was changed."_s);
+        return;
+    }
+    if (!read) {
+        report(list, read.error().message);
+        return;
+    }
+    const auto merged = mergeImported(store, *read);
+    report(list, merged ? merged->sentence() : merged.error().message);
+    if (merged) {
         dictionary.refresh();
         snippets.refresh();
     }
+}
+
+void WordsTransferActions::cancelImport() {
+    QUENDRA_CHECK_THREAD(checker);
+    if (!importingList.isEmpty())
+        importCancelled = true;
 }
 
 void WordsTransferActions::exportFile(const QString& list, const QString& path) {

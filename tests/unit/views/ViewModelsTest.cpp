@@ -3,6 +3,7 @@
 #include "views/SettingsModel.h"
 #include "views/ShortcutRecorder.h"
 #include "views/SnippetListModel.h"
+#include "views/WordsTransferActions.h"
 
 #include "audio/AudioRecorder.h"
 #include "dictation/AppModel.h"
@@ -19,6 +20,7 @@
 #include "session/ShortcutSettings.h"
 #include "support/CoreApplication.h"
 #include "support/PrivateTemporaryFolder.h"
+#include "support/TestSupport.h"
 #include "transcription/TranscriptionService.h"
 
 #include <gtest/gtest.h>
@@ -233,7 +235,7 @@ public:
 
 TEST_F(ViewModelsTest, SettingsStoreTheChoicesAndSayWhyOneWasNotTaken) {
     MemoryLoginItem login;
-    SettingsModel settings(store, login, [] { return false; });
+    SettingsModel settings(store, login, [] { return DictationModel::offline; });
     settings.setStyle(u"polished"_s);
     EXPECT_EQ(store.dictationStyle(), DictationStyle::polished);
     settings.setStyle(u"light"_s); // the service's word, never a stored one
@@ -321,6 +323,50 @@ TEST_F(ViewModelsTest, RecordingAShortcutLetsItsKeysThroughAndRefusesTheOtherSho
     EXPECT_EQ(recorder.dictationShortcut(), u"Alt+Space"_s);
     EXPECT_TRUE(keys.registered.contains(HotKeyManager::dictationIdentifier));
     EXPECT_TRUE(keys.registered.contains(HotKeyManager::notesIdentifier));
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ViewModelsTest, AnImportIsReadAwayFromTheWindowAndStoredOnceUnlessCancelled) {
+    DictionaryListModel words(store);
+    SnippetListModel snippets(store);
+    WordsTransferActions transfer(store, words, snippets);
+    ASSERT_TRUE(words.save(u"Kubernetes"_s, u"cooper netties"_s));
+
+    QByteArray csv = "spelling,spoken forms\n";
+    for (int i = 0; i < 10'000; ++i)
+        csv += "Term" + QByteArray::number(i) + ",\"term " + QByteArray::number(i) + "\"\n";
+    csv += "kubernetes,\"cube and eddies\"\n";
+    const QString path = dir.filePath(u"words.csv"_s);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(csv);
+    file.close();
+    const auto finished = [&] { return transfer.importing().isEmpty(); };
+
+    transfer.importFile(u"words"_s, path);
+    EXPECT_EQ(transfer.importing(), u"words"_s);
+    transfer.cancelImport();
+    ASSERT_TRUE(processEventsUntil(finished, 10000));
+    EXPECT_EQ(store.dictionaryEntries().size(), 1);
+    EXPECT_TRUE(words.message().contains(u"cancelled"_s)) << words.message().toStdString();
+
+    transfer.importFile(u"words"_s, path);
+    ASSERT_TRUE(processEventsUntil(finished, 10000));
+    EXPECT_EQ(words.totalCount(), 10'001);
+    EXPECT_EQ(store.dictionaryEntries().first().spokenForms,
+              (QStringList{u"cooper netties"_s, u"cube and eddies"_s}));
+
+    // A broken file says where, and what is stored stays.
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("spelling,spoken forms\nOne,\"unterminated\n");
+    file.close();
+    transfer.importFile(u"words"_s, path);
+    ASSERT_TRUE(processEventsUntil(finished, 10000));
+    EXPECT_TRUE(words.message().contains(path)) << words.message().toStdString();
+    EXPECT_EQ(store.dictionaryEntries().size(), 10'001);
 }
 
 } // namespace

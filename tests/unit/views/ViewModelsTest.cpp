@@ -1,5 +1,6 @@
 #include "views/DictionaryListModel.h"
 #include "views/HistoryListModel.h"
+#include "views/NotesListModel.h"
 #include "views/SettingsModel.h"
 #include "views/ShortcutRecorder.h"
 #include "views/SnippetListModel.h"
@@ -15,6 +16,7 @@
 #include "model/AppDataStore.h"
 #include "model/PendingRecordingStore.h"
 #include "model/UserDefaults.h"
+#include "notes/NotesStore.h"
 #include "platform/LoginItem.h"
 #include "session/HotKeyManager.h"
 #include "session/ShortcutSettings.h"
@@ -367,6 +369,55 @@ TEST_F(ViewModelsTest, AnImportIsReadAwayFromTheWindowAndStoredOnceUnlessCancell
     ASSERT_TRUE(processEventsUntil(finished, 10000));
     EXPECT_TRUE(words.message().contains(path)) << words.message().toStdString();
     EXPECT_EQ(store.dictionaryEntries().size(), 10'001);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ViewModelsTest, NotesAreListedNewestFirstSearchedAndUnreadableOnesCounted) {
+    NotesStore notes(dir.filePath(u"Notes"_s));
+    const auto make = [&](const QString& title, const QString& said, int daysAgo) {
+        Note note;
+        note.id = QUuid::createUuid();
+        note.title = title;
+        note.createdAt = QDateTime::currentDateTimeUtc().addDays(-daysAgo);
+        note.durationMs = 3'723'000;
+        note.state = NoteState::ready;
+        note.turns = {NoteTurn{u"you"_s, 0, 4000, said}};
+        EXPECT_TRUE(notes.create(note));
+        return note;
+    };
+    make(u"Design review"_s, u"We ship the harbour release on Tuesday."_s, 3);
+    make(u"Call with Anna"_s, u"Anna asks about the invoices."_s, 1);
+    // A folder whose record does not decode is counted, not hidden.
+    const QString damaged = dir.filePath(u"Notes/%1"_s.arg(uuidText(QUuid::createUuid())));
+    ASSERT_TRUE(QDir().mkpath(damaged));
+    QFile record(damaged + u"/note.json"_s);
+    ASSERT_TRUE(record.open(QIODevice::WriteOnly));
+    record.write("{ not a note");
+    record.close();
+
+    NotesListModel list(notes);
+    list.refresh();
+    EXPECT_TRUE(list.loading());
+    ASSERT_TRUE(processEventsUntil([&] { return !list.loading(); }));
+    EXPECT_EQ(column(list, NotesListModel::TitleRole),
+              (QStringList{u"Call with Anna"_s, u"Design review"_s}));
+    EXPECT_EQ(list.data(list.index(0), NotesListModel::DurationRole).toString(), u"1:02:03"_s);
+    EXPECT_FALSE(list.problem().isEmpty());
+
+    list.setFilter(u"HARBOUR tuesday"_s);
+    EXPECT_EQ(column(list, NotesListModel::TitleRole), QStringList{u"Design review"_s});
+    list.setFilter(u"anna invoices"_s);
+    EXPECT_EQ(column(list, NotesListModel::TitleRole), QStringList{u"Call with Anna"_s});
+
+    // Two refreshes asked for while one runs end with the latest listing.
+    make(u"Stand-up"_s, u"Nothing new."_s, 0);
+    list.setFilter({});
+    list.refresh();
+    list.refresh();
+    ASSERT_TRUE(processEventsUntil([&] { return !list.loading() && list.totalCount() == 3; }));
 }
 
 } // namespace

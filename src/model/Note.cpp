@@ -192,7 +192,10 @@ QString Note::sourceDescription() const {
 }
 
 bool Note::matches(const QString& search) const {
-    const QStringList terms = searchForm(search).split(u' ', Qt::SkipEmptyParts);
+    return matchesTerms(searchText(), searchTerms(search));
+}
+
+QString Note::searchText() const {
     QStringList texts{title, sourceDescription()};
     if (turns.isEmpty())
         for (const NoteSection& section : sections)
@@ -204,9 +207,17 @@ bool Note::matches(const QString& search) const {
     for (const NoteHighlight& highlight : highlights)
         texts.append(highlight.label);
     texts.append(speakerNames.values());
+    return searchForm(texts.join(u'\n'));
+}
+
+QStringList Note::searchTerms(const QString& search) {
+    return searchForm(search).split(u' ', Qt::SkipEmptyParts);
+}
+
+bool Note::matchesTerms(const QString& searchText, const QStringList& terms) {
     // Terms hold no blank, so a term can never match across two fields.
-    const QString haystack = searchForm(texts.join(u'\n'));
-    return std::ranges::all_of(terms, [&](const QString& term) { return haystack.contains(term); });
+    return std::ranges::all_of(terms,
+                               [&](const QString& term) { return searchText.contains(term); });
 }
 
 void to_json(Json& j, const NoteSection& s) {

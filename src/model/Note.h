@@ -116,6 +116,12 @@ struct Note {
     QString sourceDescription() const;
     // Whether every word of `search` occurs in the note, ignoring case and accents.
     bool matches(const QString& search) const;
+    // The same in two steps, for a list searched at every key: the note's
+    // text in the form searches compare, kept with the note, and the words
+    // of a search in that form.
+    QString searchText() const;
+    static QStringList searchTerms(const QString& search);
+    static bool matchesTerms(const QString& searchText, const QStringList& terms);
 
     friend bool operator==(const Note&, const Note&) = default;
 };

@@ -47,9 +47,10 @@ void DictionaryListModel::setFilter(const QString& text) {
     QUENDRA_CHECK_THREAD(checker);
     if (text == rowFilter.query())
         return;
+    const bool narrowing = !rowFilter.isEmpty() && text.startsWith(rowFilter.query());
     rowFilter.setQuery(text);
     Q_EMIT filterChanged();
-    applyFilter();
+    applyFilter(narrowing);
 }
 
 void DictionaryListModel::refresh() {
@@ -63,13 +64,20 @@ void DictionaryListModel::refresh() {
     applyFilter();
 }
 
-void DictionaryListModel::applyFilter() {
+void DictionaryListModel::applyFilter(bool narrowing) {
     QList<int> rows;
-    rows.reserve(entries.size());
-    for (int i = 0; i < entries.size(); ++i) {
+    rows.reserve(narrowing ? shown.size() : entries.size());
+    const auto consider = [&](int i) {
         const auto& e = entries[i];
         if (rowFilter.isEmpty() || rowFilter.matches(QStringList{e.spelling} + e.spokenForms))
             rows << i;
+    };
+    if (narrowing) {
+        for (int i : std::as_const(shown))
+            consider(i);
+    } else {
+        for (int i = 0; i < entries.size(); ++i)
+            consider(i);
     }
     beginResetModel();
     shown = std::move(rows);

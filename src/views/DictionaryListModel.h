@@ -53,7 +53,9 @@ Q_SIGNALS:
     void changed();
 
 private:
-    void applyFilter();
+    // `narrowing`: the new query only adds to the last one, so only the rows
+    // shown can still match.
+    void applyFilter(bool narrowing = false);
 
     MainThreadChecker checker;
     AppDataStore& store;

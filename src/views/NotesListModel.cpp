@@ -78,16 +78,26 @@ void NotesListModel::setFilter(const QString& text) {
     QUENDRA_CHECK_THREAD(checker);
     if (text == rowFilter.query())
         return;
+    const bool narrowing = !rowFilter.isEmpty() && text.startsWith(rowFilter.query());
     rowFilter.setQuery(text);
     Q_EMIT filterChanged();
-    applyFilter();
+    applyFilter(narrowing);
 }
 
-void NotesListModel::applyFilter() {
+void NotesListModel::applyFilter(bool narrowing) {
     QList<int> rows;
-    for (int i = 0; i < notes.size(); ++i)
-        if (rowFilter.isEmpty() || notes[i].matches(rowFilter.query()))
+    const QStringList terms = Note::searchTerms(rowFilter.query());
+    const auto consider = [&](int i) {
+        if (terms.isEmpty() || Note::matchesTerms(searchTexts[i], terms))
             rows << i;
+    };
+    if (narrowing) {
+        for (int i : std::as_const(shown))
+            consider(i);
+    } else {
+        for (int i = 0; i < notes.size(); ++i)
+            consider(i);
+    }
     beginResetModel();
     shown = std::move(rows);
     endResetModel();
@@ -107,10 +117,15 @@ void NotesListModel::refresh() {
     // The store is safe from any thread; only the result comes back here.
     loader = std::thread([this] {
         auto listing = std::make_shared<NoteListing>(store.loadAll());
+        auto texts = std::make_shared<QStringList>();
+        texts->reserve(listing->notes.size());
+        for (const Note& note : listing->notes)
+            *texts << note.searchText();
         QMetaObject::invokeMethod(
             this,
-            [this, listing] {
+            [this, listing, texts] {
                 notes = std::move(listing->notes);
+                searchTexts = std::move(*texts);
                 const auto unreadable = listing->unreadable.size();
                 problemText = unreadable == 0
                                   ? QString()

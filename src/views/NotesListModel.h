@@ -60,11 +60,15 @@ Q_SIGNALS:
     void loadingChanged();
 
 private:
-    void applyFilter();
+    // `narrowing`: the new query only adds to the last one, so only the rows
+    // shown can still match.
+    void applyFilter(bool narrowing = false);
 
     MainThreadChecker checker;
     NotesStore& store;
     QList<Note> notes;
+    // Each note's text as searches compare it, made with the listing.
+    QStringList searchTexts;
     QList<int> shown;
     ListFilter rowFilter;
     QString problemText;

@@ -195,6 +195,12 @@ TEST_F(ViewModelsTest, WordsAreSavedWithTheirFormsEditedAndSearchedByHowTheyAreH
     EXPECT_EQ(column(words, DictionaryListModel::SpellingRole), QStringList{u"K8s"_s});
 
     EXPECT_TRUE(words.add(u"Anna Lindqvist"_s));
+    // Typed one key at a time, then taken back.
+    for (const QString& typed : {u"a"_s, u"at"_s, u"ate"_s, u"ates"_s})
+        words.setFilter(typed);
+    EXPECT_EQ(column(words, DictionaryListModel::SpellingRole), QStringList{u"K8s"_s});
+    words.setFilter(u"a"_s);
+    EXPECT_EQ(words.count(), 2);
     words.setFilter(u"kates"_s);
     EXPECT_EQ(column(words, DictionaryListModel::SpellingRole), QStringList{u"K8s"_s});
     words.setFilter(u"lindq"_s);

@@ -53,7 +53,7 @@ Pane {
         Label {
             Layout.fillWidth: true
             visible: text !== ""
-            text: history.notice
+            text: history.message
             wrapMode: Text.WordWrap
             Accessible.role: Accessible.StaticText
         }

@@ -9,19 +9,16 @@ using namespace Qt::Literals::StringLiterals;
 namespace quendra {
 
 DictionaryListModel::DictionaryListModel(AppDataStore& store, QObject* parent)
-    : QAbstractListModel(parent)
+    : FilteredListModel(parent)
     , store(store) {
     refresh();
 }
 
-int DictionaryListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : count();
-}
-
 QVariant DictionaryListModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= count())
+    const qsizetype source = sourceRow(index);
+    if (source < 0)
         return {};
-    const PersonalDictionaryEntry& e = entries[shown[index.row()]];
+    const PersonalDictionaryEntry& e = entries[source];
     switch (role) {
     case IdRole:
         return e.id.toString(QUuid::WithoutBraces);
@@ -43,16 +40,6 @@ QHash<int, QByteArray> DictionaryListModel::roleNames() const {
             {FormsTextRole, "formsText"}};
 }
 
-void DictionaryListModel::setFilter(const QString& text) {
-    QUENDRA_CHECK_THREAD(checker);
-    if (text == rowFilter.query())
-        return;
-    const bool narrowing = !rowFilter.isEmpty() && text.startsWith(rowFilter.query());
-    rowFilter.setQuery(text);
-    Q_EMIT filterChanged();
-    applyFilter(narrowing);
-}
-
 void DictionaryListModel::refresh() {
     QUENDRA_CHECK_THREAD(checker);
     auto now = store.dictionaryEntries();
@@ -61,33 +48,12 @@ void DictionaryListModel::refresh() {
     if (now == entries)
         return;
     entries = std::move(now);
-    applyFilter();
+    listChanged();
 }
 
-void DictionaryListModel::applyFilter(bool narrowing) {
-    QList<int> rows;
-    rows.reserve(narrowing ? shown.size() : entries.size());
-    const auto consider = [&](int i) {
-        const auto& e = entries[i];
-        if (rowFilter.isEmpty() || rowFilter.matches(QStringList{e.spelling} + e.spokenForms))
-            rows << i;
-    };
-    if (narrowing) {
-        for (int i : std::as_const(shown))
-            consider(i);
-    } else {
-        for (int i = 0; i < entries.size(); ++i)
-            consider(i);
-    }
-    beginResetModel();
-    shown = std::move(rows);
-    endResetModel();
-    Q_EMIT countChanged();
-}
-
-void DictionaryListModel::setMessage(const QString& text) {
-    messageText = text;
-    Q_EMIT messageChanged();
+bool DictionaryListModel::sourceMatches(qsizetype source) const {
+    const auto& e = entries[source];
+    return query().matches(QStringList{e.spelling} + e.spokenForms);
 }
 
 QStringList DictionaryListModel::splitForms(const QString& text) {

@@ -15,7 +15,7 @@ namespace quendra {
 
 HistoryListModel::HistoryListModel(AppDataStore& store, PendingRecordingStore& recordings,
                                    AppModel& dictation, UrlOpener* opener, QObject* parent)
-    : QAbstractListModel(parent)
+    : FilteredListModel(parent)
     , store(store)
     , recordings(recordings)
     , dictation(dictation)
@@ -30,10 +30,6 @@ HistoryListModel::HistoryListModel(AppDataStore& store, PendingRecordingStore& r
     refresh();
 }
 
-int HistoryListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : count();
-}
-
 QString HistoryListModel::state(const TranscriptEntry& entry) const {
     if (transcribing.contains(entry.id))
         return u"transcribing"_s;
@@ -45,9 +41,10 @@ QString HistoryListModel::state(const TranscriptEntry& entry) const {
 }
 
 QVariant HistoryListModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= count())
+    const qsizetype source = sourceRow(index);
+    if (source < 0)
         return {};
-    const TranscriptEntry& e = entries[shown[index.row()]];
+    const TranscriptEntry& e = entries[source];
     const auto& settings = e.dictationSettings;
     switch (role) {
     case IdRole:
@@ -93,15 +90,6 @@ QHash<int, QByteArray> HistoryListModel::roleNames() const {
             {SummaryRole, "summary"}};
 }
 
-void HistoryListModel::setFilter(const QString& text) {
-    QUENDRA_CHECK_THREAD(checker);
-    if (text == rowFilter.query())
-        return;
-    rowFilter.setQuery(text);
-    Q_EMIT filterChanged();
-    applyFilter();
-}
-
 int HistoryListModel::failedCount() const {
     return static_cast<int>(
         std::count_if(entries.begin(), entries.end(), [](const auto& e) { return e.isFailed(); }));
@@ -116,27 +104,16 @@ void HistoryListModel::refresh() {
         return;
     entries = std::move(now);
     transcribing = busy;
-    applyFilter();
+    listChanged();
 }
 
-void HistoryListModel::applyFilter() {
-    QList<int> rows;
-    for (int i = 0; i < entries.size(); ++i) {
-        const TranscriptEntry& e = entries[i];
-        if (rowFilter.isEmpty() ||
-            rowFilter.matches({e.text, e.transcriptionError.value_or(QString()), e.source,
-                               e.dictationSettings ? title(e.dictationSettings->style) : QString(),
-                               e.dictationSettings && e.dictationSettings->model
-                                   ? title(*e.dictationSettings->model)
-                                   : QString()}))
-            rows << i;
-    }
-    beginResetModel();
-    shown = std::move(rows);
-    endResetModel();
-    Q_EMIT countChanged();
+bool HistoryListModel::sourceMatches(qsizetype source) const {
+    const TranscriptEntry& e = entries[source];
+    const auto& settings = e.dictationSettings;
+    return query().matches({e.text, e.transcriptionError.value_or(QString()), e.source,
+                            settings ? title(settings->style) : QString(),
+                            settings && settings->model ? title(*settings->model) : QString()});
 }
-
 std::optional<TranscriptEntry> HistoryListModel::find(const QString& id) const {
     const QUuid uuid(id);
     for (const auto& e : entries)
@@ -145,18 +122,13 @@ std::optional<TranscriptEntry> HistoryListModel::find(const QString& id) const {
     return std::nullopt;
 }
 
-void HistoryListModel::setNotice(const QString& text) {
-    noticeText = text;
-    Q_EMIT noticeChanged();
-}
-
 void HistoryListModel::copy(const QString& id) {
     QUENDRA_CHECK_THREAD(checker);
     const auto e = find(id);
     if (!e || e->text.isEmpty())
         return;
     dictation.copyText(e->text, u"Copied from History."_s);
-    setNotice(u"Copied from History."_s);
+    setMessage(u"Copied from History."_s);
 }
 
 void HistoryListModel::retry(const QString& id) {
@@ -175,13 +147,13 @@ void HistoryListModel::remove(const QString& id) {
     if (!e)
         return;
     if (auto removed = store.removeHistory(e->id); !removed) {
-        setNotice(removed.error().message);
+        setMessage(removed.error().message);
         return;
     }
     // The audio goes only once the entry that points to it is gone.
     if (e->recordingFileName)
         recordings.remove(*e->recordingFileName);
-    setNotice(u"Deleted from History."_s);
+    setMessage(u"Deleted from History."_s);
     refresh();
 }
 
@@ -191,18 +163,19 @@ void HistoryListModel::play(const QString& id) {
     const auto path =
         e && e->recordingFileName ? recordings.url(*e->recordingFileName) : std::nullopt;
     if (!path) {
-        setNotice(u"The recording of this entry is no longer kept."_s);
+        setMessage(u"The recording of this entry is no longer kept."_s);
         return;
     }
     if (!opener || !opener->open(QUrl::fromLocalFile(*path)))
-        setNotice(u"No program to play the recording was found. It is kept in %1."_s.arg(*path));
+        setMessage(u"No program to play the recording was found. It is kept in %1."_s.arg(*path));
 }
 
 void HistoryListModel::openFolder() {
     QUENDRA_CHECK_THREAD(checker);
     const QString folder = recordings.directory();
     if (!opener || !opener->open(QUrl::fromLocalFile(folder)))
-        setNotice(u"No file manager could be opened. The recordings are kept in %1."_s.arg(folder));
+        setMessage(
+            u"No file manager could be opened. The recordings are kept in %1."_s.arg(folder));
 }
 
 QString HistoryListModel::retryProgress() const {

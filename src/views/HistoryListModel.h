@@ -1,10 +1,8 @@
 #pragma once
 
-#include "ListFilter.h"
-#include "model/MainThreadChecker.h"
+#include "FilteredListModel.h"
 #include "model/TranscriptEntry.h"
 
-#include <QAbstractListModel>
 #include <QList>
 #include <QSet>
 #include <QUuid>
@@ -20,13 +18,9 @@ class UrlOpener;
 // with the entries being transcribed marked. The actions go through the
 // dictation controller, so a retry here is the same as one from an alert.
 // Main thread only.
-class HistoryListModel : public QAbstractListModel {
+class HistoryListModel : public FilteredListModel {
     Q_OBJECT
-    Q_PROPERTY(QString filter READ filter WRITE setFilter NOTIFY filterChanged)
-    Q_PROPERTY(int count READ count NOTIFY countChanged)
-    Q_PROPERTY(int totalCount READ totalCount NOTIFY countChanged)
     Q_PROPERTY(int failedCount READ failedCount NOTIFY countChanged)
-    Q_PROPERTY(QString notice READ notice NOTIFY noticeChanged)
     Q_PROPERTY(bool retryingAll READ retryingAll NOTIFY retryChanged)
     Q_PROPERTY(QString retryProgress READ retryProgress NOTIFY retryChanged)
 
@@ -47,16 +41,10 @@ public:
     HistoryListModel(AppDataStore& store, PendingRecordingStore& recordings, AppModel& dictation,
                      UrlOpener* opener, QObject* parent = nullptr);
 
-    int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-    QString filter() const { return rowFilter.query(); }
-    void setFilter(const QString& text);
-    int count() const { return static_cast<int>(shown.size()); }
-    int totalCount() const { return static_cast<int>(entries.size()); }
     int failedCount() const;
-    QString notice() const { return noticeText; }
     bool retryingAll() const { return !retryQueue.isEmpty() || retryCurrent.has_value(); }
     QString retryProgress() const;
 
@@ -73,29 +61,24 @@ public:
     Q_INVOKABLE void cancelRetryAll();
 
 Q_SIGNALS:
-    void filterChanged();
-    void countChanged();
-    void noticeChanged();
     void retryChanged();
+
+protected:
+    qsizetype sourceSize() const override { return entries.size(); }
+    bool sourceMatches(qsizetype source) const override;
 
 private:
     std::optional<TranscriptEntry> find(const QString& id) const;
     QString state(const TranscriptEntry& entry) const;
-    void applyFilter();
-    void setNotice(const QString& text);
     void retryNext();
     void onEntryCompleted(const QUuid& id);
 
-    MainThreadChecker checker;
     AppDataStore& store;
     PendingRecordingStore& recordings;
     AppModel& dictation;
     UrlOpener* opener;
     QList<TranscriptEntry> entries;
-    QList<int> shown; // indexes into entries
     QSet<QUuid> transcribing;
-    ListFilter rowFilter;
-    QString noticeText;
     QList<QUuid> retryQueue;
     std::optional<QUuid> retryCurrent;
     int retryTotal = 0;

@@ -30,7 +30,7 @@ QString stateName(NoteState state) {
 } // namespace
 
 NotesListModel::NotesListModel(NotesStore& store, QObject* parent)
-    : QAbstractListModel(parent)
+    : FilteredListModel(parent)
     , store(store) {}
 
 NotesListModel::~NotesListModel() {
@@ -38,14 +38,11 @@ NotesListModel::~NotesListModel() {
         loader.join();
 }
 
-int NotesListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : count();
-}
-
 QVariant NotesListModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= count())
+    const qsizetype source = sourceRow(index);
+    if (source < 0)
         return {};
-    const Note& n = notes[shown[index.row()]];
+    const Note& n = notes[source];
     switch (role) {
     case IdRole:
         return n.id.toString(QUuid::WithoutBraces);
@@ -74,36 +71,13 @@ QHash<int, QByteArray> NotesListModel::roleNames() const {
             {PreviewRole, "preview"},   {MessageRole, "message"}};
 }
 
-void NotesListModel::setFilter(const QString& text) {
-    QUENDRA_CHECK_THREAD(checker);
-    if (text == rowFilter.query())
-        return;
-    const bool narrowing = !rowFilter.isEmpty() && text.startsWith(rowFilter.query());
-    rowFilter.setQuery(text);
-    Q_EMIT filterChanged();
-    applyFilter(narrowing);
+void NotesListModel::queryChanged(const QString& query) {
+    terms = Note::searchTerms(query);
 }
 
-void NotesListModel::applyFilter(bool narrowing) {
-    QList<int> rows;
-    const QStringList terms = Note::searchTerms(rowFilter.query());
-    const auto consider = [&](int i) {
-        if (terms.isEmpty() || Note::matchesTerms(searchTexts[i], terms))
-            rows << i;
-    };
-    if (narrowing) {
-        for (int i : std::as_const(shown))
-            consider(i);
-    } else {
-        for (int i = 0; i < notes.size(); ++i)
-            consider(i);
-    }
-    beginResetModel();
-    shown = std::move(rows);
-    endResetModel();
-    Q_EMIT countChanged();
+bool NotesListModel::sourceMatches(qsizetype source) const {
+    return Note::matchesTerms(searchTexts[source], terms);
 }
-
 void NotesListModel::refresh() {
     QUENDRA_CHECK_THREAD(checker);
     if (loadsUnderWay > 0) {
@@ -131,7 +105,7 @@ void NotesListModel::refresh() {
                                   ? QString()
                                   : u"%1 note folders could not be read."_s.arg(unreadable);
                 --loadsUnderWay;
-                applyFilter();
+                listChanged();
                 Q_EMIT loadingChanged();
                 if (std::exchange(reloadWanted, false))
                     refresh();

@@ -1,10 +1,7 @@
 #pragma once
 
-#include "ListFilter.h"
-#include "model/MainThreadChecker.h"
+#include "FilteredListModel.h"
 #include "model/Note.h"
-
-#include <QAbstractListModel>
 
 #include <memory>
 #include <thread>
@@ -15,11 +12,8 @@ class NotesStore;
 
 // The notes as the Notes section lists them, newest first. Reading thousands
 // of note folders happens off the main thread; the list changes when it is done.
-class NotesListModel : public QAbstractListModel {
+class NotesListModel : public FilteredListModel {
     Q_OBJECT
-    Q_PROPERTY(QString filter READ filter WRITE setFilter NOTIFY filterChanged)
-    Q_PROPERTY(int count READ count NOTIFY countChanged)
-    Q_PROPERTY(int totalCount READ totalCount NOTIFY countChanged)
     Q_PROPERTY(bool loading READ loading NOTIFY loadingChanged)
     Q_PROPERTY(QString problem READ problem NOTIFY countChanged)
 
@@ -40,14 +34,9 @@ public:
     NotesListModel(const NotesListModel&) = delete;
     NotesListModel& operator=(const NotesListModel&) = delete;
 
-    int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-    QString filter() const { return rowFilter.query(); }
-    void setFilter(const QString& text);
-    int count() const { return static_cast<int>(shown.size()); }
-    int totalCount() const { return static_cast<int>(notes.size()); }
     bool loading() const { return loadsUnderWay > 0; }
     // Says how many note folders could not be read, when any.
     QString problem() const { return problemText; }
@@ -55,22 +44,19 @@ public:
     Q_INVOKABLE void refresh();
 
 Q_SIGNALS:
-    void filterChanged();
-    void countChanged();
     void loadingChanged();
 
-private:
-    // `narrowing`: the new query only adds to the last one, so only the rows
-    // shown can still match.
-    void applyFilter(bool narrowing = false);
+protected:
+    qsizetype sourceSize() const override { return notes.size(); }
+    bool sourceMatches(qsizetype source) const override;
+    void queryChanged(const QString& query) override;
 
-    MainThreadChecker checker;
+private:
     NotesStore& store;
     QList<Note> notes;
     // Each note's text as searches compare it, made with the listing.
     QStringList searchTexts;
-    QList<int> shown;
-    ListFilter rowFilter;
+    QStringList terms;
     QString problemText;
     int loadsUnderWay = 0;
     bool reloadWanted = false;

@@ -7,19 +7,16 @@ using namespace Qt::Literals::StringLiterals;
 namespace quendra {
 
 SnippetListModel::SnippetListModel(AppDataStore& store, QObject* parent)
-    : QAbstractListModel(parent)
+    : FilteredListModel(parent)
     , store(store) {
     refresh();
 }
 
-int SnippetListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : count();
-}
-
 QVariant SnippetListModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= count())
+    const qsizetype source = sourceRow(index);
+    if (source < 0)
         return {};
-    const VoiceSnippet& s = snippets[shown[index.row()]];
+    const VoiceSnippet& s = snippets[source];
     switch (role) {
     case IdRole:
         return s.id.toString(QUuid::WithoutBraces);
@@ -36,15 +33,6 @@ QHash<int, QByteArray> SnippetListModel::roleNames() const {
     return {{IdRole, "entryId"}, {TriggerRole, "trigger"}, {ExpansionRole, "expansion"}};
 }
 
-void SnippetListModel::setFilter(const QString& text) {
-    QUENDRA_CHECK_THREAD(checker);
-    if (text == rowFilter.query())
-        return;
-    rowFilter.setQuery(text);
-    Q_EMIT filterChanged();
-    applyFilter();
-}
-
 void SnippetListModel::refresh() {
     QUENDRA_CHECK_THREAD(checker);
     auto now = store.snippets();
@@ -53,23 +41,11 @@ void SnippetListModel::refresh() {
     if (now == snippets)
         return;
     snippets = std::move(now);
-    applyFilter();
+    listChanged();
 }
 
-void SnippetListModel::applyFilter() {
-    QList<int> rows;
-    for (int i = 0; i < snippets.size(); ++i)
-        if (rowFilter.isEmpty() || rowFilter.matches({snippets[i].trigger, snippets[i].expansion}))
-            rows << i;
-    beginResetModel();
-    shown = std::move(rows);
-    endResetModel();
-    Q_EMIT countChanged();
-}
-
-void SnippetListModel::setMessage(const QString& text) {
-    messageText = text;
-    Q_EMIT messageChanged();
+bool SnippetListModel::sourceMatches(qsizetype source) const {
+    return query().matches({snippets[source].trigger, snippets[source].expansion});
 }
 
 bool SnippetListModel::save(const QString& trigger, const QString& expansion, const QString& id) {

@@ -148,7 +148,7 @@ TEST_F(ViewModelsTest, DeletingFromHistoryRemovesTheEntryThenItsAudio) {
     // Without audio there is nothing to play, and the user is told so.
     history.play(failed.id.toString(QUuid::WithoutBraces));
     EXPECT_EQ(opener.opened.size(), 1);
-    EXPECT_FALSE(history.notice().isEmpty());
+    EXPECT_FALSE(history.message().isEmpty());
 }
 
 TEST_F(ViewModelsTest, AnUnchangedStoreKeepsTheListsWhereTheyAre) {

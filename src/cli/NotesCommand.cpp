@@ -1,6 +1,8 @@
 #include "CommandSupport.h"
+#include "Interruption.h"
 
 #include "notes/NoteAssembly.h"
+#include "notes/NoteProcessor.h"
 #include "notes/NotesStore.h"
 #include "notes/SpeakerNameSuggester.h"
 
@@ -203,6 +205,124 @@ int assemble(Invocation& in) {
     return 0;
 }
 
+// Runs one request of the note processor to its end; Ctrl+C stops it and
+// leaves the note to be resumed.
+template <typename Result>
+std::optional<Result> processorRun(Invocation& in, const QUuid& id, QCoro::Task<Result> task,
+                                   int* status) {
+    NoteProcessor& processor = in.app.noteProcessor();
+    Interruption interruption;
+    interruption.onInterrupt = [&processor, id] { processor.cancel(id); };
+    auto result = QCoro::waitFor(std::move(task));
+    if (interruption.requested()) {
+        in.err << u"Stopped. Run the command again to go on where it stopped."_s << Qt::endl;
+        *status = interruption.exitStatus();
+        return std::nullopt;
+    }
+    return result;
+}
+
+void printSummary(QTextStream& out, const Json& summary) {
+    if (const auto title = field<QString>(summary, "title"))
+        out << *title << u"\n"_s;
+    if (const auto overview = field<QString>(summary, "overview"))
+        out << *overview << u"\n"_s;
+    for (const SummaryList& list : summaryLists) {
+        const auto items = summary.find(list.key);
+        if (items == summary.end() || !items->is_array() || items->empty())
+            continue;
+        out << u"\n"_s << QString::fromLatin1(list.heading) << u":\n"_s;
+        for (const Json& item : *items) {
+            out << u"- "_s << fieldOr<QString>(item, "text", {});
+            if (const auto owner = field<QString>(item, "owner"))
+                out << u" ("_s << *owner << u")"_s;
+            if (const auto at = field<qint64>(item, "atMs"))
+                out << u" ["_s << clock(*at) << u"]"_s;
+            out << u"\n"_s;
+        }
+    }
+    out.flush();
+}
+
+int process(Invocation& in) {
+    int status = 0;
+    const auto note = findNote(in, in.app.notes(), &status);
+    if (!note)
+        return status;
+    NoteProcessor& processor = in.app.noteProcessor();
+    QObject::connect(
+        &processor, &NoteProcessor::progress, &processor,
+        [&in, last = QString()](const QUuid&, const QString& stage, int done, int total) mutable {
+            QString line;
+            if (stage == NoteProcessor::Stage::transcribing)
+                line = u"%1 of %2 sections transcribed."_s.arg(done).arg(total);
+            else if (stage == NoteProcessor::Stage::assembling)
+                line = u"Telling the speakers apart."_s;
+            else if (stage == NoteProcessor::Stage::exporting)
+                line = u"Saving the audio as one file."_s;
+            else
+                line = u"Writing the summary."_s;
+            if (line != std::exchange(last, line))
+                in.err << line << Qt::endl;
+        });
+    const auto outcome = processorRun(in, note->id, processor.process(note->id), &status);
+    if (!outcome)
+        return status;
+    if (!*outcome)
+        return in.failure(outcome->error().message);
+    printTurns(in.out, **outcome);
+    if (!(*outcome)->message.isEmpty())
+        in.err << (*outcome)->message << Qt::endl;
+    return 0;
+}
+
+int summary(Invocation& in) {
+    int status = 0;
+    const auto note = findNote(in, in.app.notes(), &status);
+    if (!note)
+        return status;
+    NoteProcessor& processor = in.app.noteProcessor();
+    const auto outcome =
+        processorRun(in, note->id, processor.summarize(note->id, in.flag(u"fresh"_s)), &status);
+    if (!outcome)
+        return status;
+    if (!*outcome)
+        return in.failure(outcome->error().message);
+    if (in.flag(u"json"_s))
+        in.out << QString::fromUtf8(jsonBytes((*outcome)->object, 2)) << Qt::endl;
+    else
+        printSummary(in.out, (*outcome)->object);
+    return 0;
+}
+
+int ask(Invocation& in) {
+    int status = 0;
+    const auto note = findNote(in, in.app.notes(), &status);
+    if (!note)
+        return status;
+    NoteProcessor& processor = in.app.noteProcessor();
+    const auto outcome =
+        processorRun(in, note->id, processor.ask(note->id, in.positionals()[1]), &status);
+    if (!outcome)
+        return status;
+    if (!*outcome)
+        return in.failure(outcome->error().message);
+    const Json& answer = (*outcome)->object;
+    if (in.flag(u"json"_s)) {
+        in.out << QString::fromUtf8(jsonBytes(answer, 2)) << Qt::endl;
+        return 0;
+    }
+    in.out << fieldOr<QString>(answer, "text", {});
+    QStringList moments;
+    for (const Json& citation : answer["citations"])
+        if (const auto at = field<qint64>(citation, "atMs"))
+            moments << clock(*at);
+    if (!moments.isEmpty())
+        in.out << u" ["_s << moments.join(u", "_s) << u"]"_s;
+    in.out << Qt::endl;
+    return 0;
+}
+
 } // namespace
 
 int runNotesCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
@@ -260,6 +380,31 @@ int runNotesCommand(AppContext& app, const QStringList& arguments, QTextStream& 
          {},
          {},
          assemble},
+        {u"process"_s,
+         {u"notes process ID"_s,
+          u"Transcribes the sections not transcribed yet, tells the speakers apart, saves the\n"
+          "audio as audio.m4a and writes the summary; a note stopped half-way goes on where\n"
+          "it stopped. Prints the transcript."_s},
+         1,
+         {},
+         {},
+         process},
+        {u"summary"_s,
+         {u"notes summary ID [--fresh] [--json]"_s,
+          u"Prints the note’s summary, making it when the transcript has none yet or changed;\n"
+          "--fresh asks for a new one."_s},
+         1,
+         {u"fresh"_s, u"json"_s},
+         {},
+         summary},
+        {u"ask"_s,
+         {u"notes ask ID QUESTION [--json]"_s,
+          u"Answers a question about the note from its transcript, with the moments the\n"
+          "answer comes from."_s},
+         2,
+         {u"json"_s},
+         {},
+         ask},
     };
     return dispatch(app, u"notes"_s, subcommands, arguments, out, err);
 }

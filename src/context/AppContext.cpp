@@ -12,6 +12,11 @@
 #include "model/AppPaths.h"
 #include "model/PendingRecordingStore.h"
 #include "model/UserDefaults.h"
+#include "notes/EngineSectionTranscriber.h"
+#include "notes/GroqNoteSummarizer.h"
+#include "notes/HostedNoteSummarizer.h"
+#include "notes/HostedSectionTranscriber.h"
+#include "notes/NoteProcessor.h"
 #include "notes/NoteRecorder.h"
 #include "notes/NotesStore.h"
 #include "platform/AudioSource.h"
@@ -153,6 +158,7 @@ TranscriptionService& AppContext::transcription() {
     groq.tls = serviceTlsConfiguration();
     for (const DictationModel whisper : {DictationModel::largeV3, DictationModel::turbo})
         service->setEngine(whisper, std::make_shared<GroqEngine>(whisper, groq, intelligence));
+    groqChat = std::make_shared<GroqEngine>(DictationModel::turbo, groq, intelligence);
 
     workerQueue = std::make_unique<SerialQueue>(LocalQwen::queueLabel);
     qwenWorker = std::make_unique<LocalWorker>(
@@ -197,6 +203,34 @@ AudioRecorder& AppContext::dictionaryTestRecorder() {
 NoteRecorder& AppContext::noteRecorder() {
     QUENDRA_CHECK_THREAD(thread);
     return made(notesRecorder, [&] { return std::make_unique<NoteRecorder>(audioSources()); });
+}
+
+NoteProcessor& AppContext::noteProcessor() {
+    QUENDRA_CHECK_THREAD(thread);
+    if (processor)
+        return *processor;
+    transcription();
+    NoteProcessor::Setup setup;
+    setup.transcriber = [this]() -> std::shared_ptr<SectionTranscriber> {
+        const bool signedIn = savedSignIn();
+        const DictationModel model = store().dictationModel(signedIn);
+        if (model == DictationModel::hosted)
+            return std::make_shared<HostedSectionTranscriber>(hostedClient(),
+                                                              [this] { return savedSignIn(); });
+        const auto engine = service->engine(model);
+        if (!engine)
+            return nullptr;
+        return std::make_shared<EngineSectionTranscriber>(engine, title(model));
+    };
+    setup.summarizer = [this]() -> std::shared_ptr<NoteSummarizer> {
+        if (savedSignIn())
+            return std::make_shared<HostedNoteSummarizer>(hostedClient());
+        if (groqChat->storedKey())
+            return std::make_shared<GroqNoteSummarizer>(groqChat);
+        return nullptr;
+    };
+    processor = std::make_unique<NoteProcessor>(notes(), std::move(setup));
+    return *processor;
 }
 
 std::expected<DesktopServices*, QString> AppContext::desktop() {

@@ -20,6 +20,7 @@ class AudioSourceFactory;
 class ConnectionStore;
 class CredentialBackend;
 class DictationIntelligence;
+class GroqEngine;
 class HostedClient;
 class HostedTokenStore;
 class HotKeyManager;
@@ -28,6 +29,7 @@ class InsertionService;
 class InstanceBus;
 class LocalWorker;
 class MicrophonePermission;
+class NoteProcessor;
 class NoteRecorder;
 class NotesStore;
 class PendingRecordingStore;
@@ -91,6 +93,11 @@ public:
     // The settings' short practice recording, beside a dictation's own.
     AudioRecorder& dictionaryTestRecorder();
     NoteRecorder& noteRecorder();
+    // Note processing: sections transcribed by the hosted service when it is
+    // the model and a sign-in is kept, otherwise by the chosen engine;
+    // summaries by the hosted service when signed in, else by Groq when its
+    // key is kept.
+    NoteProcessor& noteProcessor();
 
     // The desktop: needs a QGuiApplication on a reachable display. The
     // sentence says what is missing otherwise; the failure is not kept, so a
@@ -132,6 +139,8 @@ private:
     std::unique_ptr<LocalWorker> qwenWorker;
     std::unique_ptr<LocalWorker> offlineWorker;
     std::unique_ptr<TranscriptionService> service;
+    // Groq's chat, for the summaries of notes.
+    std::shared_ptr<GroqEngine> groqChat;
 
     std::unique_ptr<AudioSourceFactory> sources;
     std::unique_ptr<MicrophonePermission> permission;
@@ -139,6 +148,7 @@ private:
     std::unique_ptr<AudioRecorder> recorder;
     std::unique_ptr<AudioRecorder> testRecorder;
     std::unique_ptr<NoteRecorder> notesRecorder;
+    std::unique_ptr<NoteProcessor> processor;
 
     std::unique_ptr<DesktopServices> desktopServices;
     std::unique_ptr<InsertionService> insertionService;

@@ -69,18 +69,33 @@ GroqEngine::post(QString path, QByteArray contentType, QByteArray body, QString 
 }
 
 std::optional<TranscriptionServiceError> GroqEngine::unavailable(DictationLanguage) const {
-    const std::optional<QString> key = options.key ? options.key() : std::nullopt;
-    if (!key || key->isEmpty())
+    if (!storedKey())
         return TranscriptionServiceError::engine(Sentences::noKey);
     return std::nullopt;
+}
+
+QList<TranscriptionSegment> GroqEngine::timedWords(const Json& reply) {
+    QList<TranscriptionSegment> words;
+    const auto list = reply.find("words");
+    if (list == reply.end() || !list->is_array())
+        return words;
+    for (const Json& word : *list) {
+        const auto text = field<QString>(word, "word");
+        const auto start = field<double>(word, "start");
+        const auto end = field<double>(word, "end");
+        if (!text || !start || !end || *start < 0 || *end < *start || text->trimmed().isEmpty())
+            continue;
+        words.append({qRound64(*start * 1000), qRound64(*end * 1000), text->trimmed(), {}});
+    }
+    return words;
 }
 
 QCoro::Task<EngineResult> GroqEngine::transcribe(EngineRequest request) {
     const Cancellation cancel = request.cancel;
     if (cancel->isCancelled())
         co_return std::unexpected(failure(TranscriptionServiceError::Kind::cancelled));
-    const std::optional<QString> key = options.key ? options.key() : std::nullopt;
-    if (!key || key->isEmpty())
+    const std::optional<QString> key = storedKey();
+    if (!key)
         co_return std::unexpected(TranscriptionServiceError::engine(Sentences::noKey));
 
     QFile file(request.part.path);
@@ -94,7 +109,10 @@ QCoro::Task<EngineResult> GroqEngine::transcribe(EngineRequest request) {
                 "\"\r\n\r\n" + value.toUtf8() + "\r\n";
     };
     addField("model", speechModel(model));
-    addField("response_format", u"json"_s);
+    // Notes need each word's time; Groq gives them only in its verbose form.
+    addField("response_format", request.wordTimes ? u"verbose_json"_s : u"json"_s);
+    if (request.wordTimes)
+        addField("timestamp_granularities[]", u"word"_s);
     // Whisper guesses the language itself when none is named.
     if (request.context.language != DictationLanguage::automatic)
         addField("language", rawValue(request.context.language).toString());
@@ -120,6 +138,8 @@ QCoro::Task<EngineResult> GroqEngine::transcribe(EngineRequest request) {
     EngineTranscript raw;
     raw.rawTranscript = text->trimmed();
     raw.transcript = raw.rawTranscript;
+    if (request.wordTimes)
+        raw.segments = timedWords(*parsed);
     // Literal text and silence need no formatting.
     if (request.context.style == DictationStyle::exact || raw.rawTranscript.isEmpty())
         co_return raw;
@@ -127,32 +147,49 @@ QCoro::Task<EngineResult> GroqEngine::transcribe(EngineRequest request) {
     co_return co_await format(std::move(raw), context, usedKey, cancel);
 }
 
+QCoro::Task<std::expected<QString, TranscriptionServiceError>>
+GroqEngine::chat(Json messages, int maxTokens, int timeoutSec, QString key, Cancellation cancel,
+                 bool jsonObject) {
+    Json body{{"model", chatModel},
+              {"messages", std::move(messages)},
+              {"reasoning_effort", "low"},
+              {"max_completion_tokens", maxTokens}};
+    if (jsonObject)
+        body["response_format"] = {{"type", "json_object"}};
+    const QString path = chatPath;
+    const QByteArray jsonType = "application/json";
+    QByteArray payload = jsonBytes(body);
+    auto reply = co_await post(path, jsonType, std::move(payload), key, timeoutSec, cancel);
+    if (!reply)
+        co_return std::unexpected(reply.error());
+    if (const auto parsed = parseJson(reply->body);
+        parsed && parsed->is_object() && parsed->contains("choices") &&
+        (*parsed)["choices"].is_array() && !(*parsed)["choices"].empty()) {
+        const Json& message = (*parsed)["choices"][0].value("message", Json::object());
+        if (auto content = field<QString>(message, "content"))
+            co_return *content;
+    }
+    co_return std::unexpected(failure(TranscriptionServiceError::Kind::invalidResponse));
+}
+
+std::optional<QString> GroqEngine::storedKey() const {
+    const std::optional<QString> key = options.key ? options.key() : std::nullopt;
+    if (!key || key->isEmpty())
+        return std::nullopt;
+    return key;
+}
+
 QCoro::Task<EngineResult> GroqEngine::format(EngineTranscript raw, FinishingContext context,
                                              QString key, Cancellation cancel) {
     auto messages = intelligence->buildCleanupMessages(raw.rawTranscript, context);
     if (!messages)
         co_return std::unexpected(messages.error());
-    const Json body{{"model", chatModel},
-                    {"messages", *messages},
-                    {"reasoning_effort", "low"},
-                    {"max_completion_tokens", maxCompletionTokens}};
-    const QString chat = chatPath;
-    const QByteArray jsonType = "application/json";
-    QByteArray payload = jsonBytes(body);
-    auto reply = co_await post(chat, jsonType, std::move(payload), key, 60, cancel);
+    auto reply = co_await chat(*messages, maxCompletionTokens, 60, key, cancel);
     if (!reply && reply.error().kind == TranscriptionServiceError::Kind::cancelled)
         co_return std::unexpected(reply.error());
     // The words are already in hand: a formatting that fails for any reason
     // leaves the raw text to the local finishing.
-    std::optional<QString> candidate;
-    if (reply) {
-        if (const auto parsed = parseJson(reply->body);
-            parsed && parsed->is_object() && parsed->contains("choices") &&
-            (*parsed)["choices"].is_array() && !(*parsed)["choices"].empty()) {
-            const Json& message = (*parsed)["choices"][0].value("message", Json::object());
-            candidate = field<QString>(message, "content");
-        }
-    }
+    const std::optional<QString> candidate = reply ? std::optional<QString>(*reply) : std::nullopt;
     if (candidate && !candidate->trimmed().isEmpty()) {
         const QString trimmed = candidate->trimmed();
         auto safe = intelligence->cleanupIsSafeForMode(raw.rawTranscript, trimmed, context.style);

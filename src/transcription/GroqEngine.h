@@ -42,6 +42,17 @@ public:
     // Without the user's key nothing can be sent.
     std::optional<TranscriptionServiceError> unavailable(DictationLanguage language) const override;
 
+    // One chat completion with `key`: the reply's text, or why there is
+    // none. `jsonObject` asks for a JSON object as the reply.
+    QCoro::Task<std::expected<QString, TranscriptionServiceError>>
+    chat(Json messages, int maxTokens, int timeoutSec, QString key, Cancellation cancel,
+         bool jsonObject = false);
+    // The user's key, or none when no account is connected.
+    std::optional<QString> storedKey() const;
+
+    // The words of a verbose reply with their times, in milliseconds.
+    static QList<TranscriptionSegment> timedWords(const Json& reply);
+
     // "whisper-large-v3" or "whisper-large-v3-turbo".
     static QString speechModel(DictationModel model);
 

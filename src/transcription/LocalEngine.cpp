@@ -42,8 +42,10 @@ QCoro::Task<EngineResult> LocalEngine::transcribe(EngineRequest request) {
     if (!text)
         co_return std::unexpected(error(text.error()));
     EngineTranscript result;
-    result.rawTranscript = text->trimmed();
+    result.rawTranscript = text->text.trimmed();
     result.transcript = result.rawTranscript;
+    // Word by word, for notes, which label each word with its speaker.
+    result.segments = text->words;
     co_return result;
 }
 

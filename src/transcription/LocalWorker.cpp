@@ -24,7 +24,7 @@ namespace quendra {
 
 Q_LOGGING_CATEGORY(workerLog, QUENDRA_APPLICATION_ID ".local-model")
 
-using Result = std::expected<QString, WorkerFailure>;
+using Result = std::expected<WorkerTranscript, WorkerFailure>;
 
 namespace {
 // How often the queue's wait for an answer looks whether it is still wanted.
@@ -178,7 +178,19 @@ struct LocalWorker::State {
                                  << fieldOr<QString>(*reply, "error", u"no transcript"_s);
             return std::unexpected(WorkerFailure::couldNotFinish);
         }
-        return *transcript;
+        WorkerTranscript out{*transcript, {}};
+        // Word times are optional: a worker that does not tell them still
+        // transcribes, and a malformed word is left out rather than guessed.
+        if (const auto words = reply->find("words"); words != reply->end() && words->is_array()) {
+            for (const Json& word : *words) {
+                const auto text = field<QString>(word, "text");
+                const auto start = field<qint64>(word, "startMs");
+                const auto end = field<qint64>(word, "endMs");
+                if (text && start && end && *start >= 0 && *end >= *start)
+                    out.words.append({*start, *end, *text, std::nullopt});
+            }
+        }
+        return out;
     }
 };
 
@@ -281,7 +293,7 @@ struct PendingReply {
 
 } // namespace
 
-QCoro::Task<std::expected<QString, WorkerFailure>>
+QCoro::Task<std::expected<WorkerTranscript, WorkerFailure>>
 LocalWorker::transcribe(QString path, QString language, Cancellation cancel) {
     QUENDRA_CHECK_THREAD(checker);
     const quint64 ticket = ++state->lastTicket;

@@ -3,6 +3,7 @@
 #include "audio/SerialQueue.h"
 #include "hosted/CancellationFlag.h"
 #include "model/MainThreadChecker.h"
+#include "model/TranscriptionResult.h"
 
 #include <QCoro/QCoroTask>
 #include <QMap>
@@ -23,6 +24,13 @@ struct WorkerCommand {
     QString errorLog;                   // where the worker's diagnostics go; none: discarded
 };
 
+// One file's text and, when the worker tells them, its words with their
+// times in the file.
+struct WorkerTranscript {
+    QString text;
+    QList<TranscriptionSegment> words;
+};
+
 enum class WorkerFailure {
     recordingTooLarge,    // more than 20 minutes once converted
     unsupportedRecording, // the audio could not be read
@@ -33,9 +41,9 @@ enum class WorkerFailure {
 
 // A long-lived worker process that transcribes one file per request: one JSON
 // line in ({"id", "audioPath", "language"}), one JSON line out ({"id",
-// "transcript"} or {"id", "error"}). Started on first use, stopped after a
-// while without work; all of it happens on one serial queue, so the worker
-// never sees two requests at once.
+// "transcript"} with an optional "words" list, or {"id", "error"}). Started on first use, stopped
+// after a while without work; all of it happens on one serial queue, so the worker never sees two
+// requests at once.
 //
 // Thread contract: the public methods are for the main thread, and none of
 // them waits for the queue, which may itself be waiting for the worker. A
@@ -58,8 +66,8 @@ public:
     LocalWorker(const LocalWorker&) = delete;
     LocalWorker& operator=(const LocalWorker&) = delete;
 
-    QCoro::Task<std::expected<QString, WorkerFailure>> transcribe(QString path, QString language,
-                                                                  Cancellation cancel = {});
+    QCoro::Task<std::expected<WorkerTranscript, WorkerFailure>>
+    transcribe(QString path, QString language, Cancellation cancel = {});
     // Closes the worker's input and ends it; the next request starts a new one.
     void stopWorker();
     // Whether a worker process is running now, as the queue last saw it.

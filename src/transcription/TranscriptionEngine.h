@@ -4,10 +4,10 @@
 // part of a recording into text (hosted service, outside provider, local
 // workers).
 
-#include "hosted/CancellationFlag.h"
 #include "DictationIntelligence.h"
 #include "TranscriptionServiceError.h"
 #include "audio/AudioChunks.h"
+#include "hosted/CancellationFlag.h"
 #include "model/TranscriptionResult.h"
 
 #include <QCoro/QCoroTask>
@@ -21,6 +21,8 @@ struct EngineRequest {
     AudioPart part;
     FinishingContext context; // style, language, dictionary and field context
     Cancellation cancel;
+    // The engine should tell each word's time in `segments` where it can.
+    bool wordTimes = false;
 };
 
 // One part's text. Segment times are relative to the part.

@@ -1,6 +1,7 @@
 #include "transcription/TranscriptionService.h"
 
 #include "audio/TranscriptJoiner.h"
+#include "hosted/Wakeup.h"
 #include "transcription/PartCache.h"
 
 #include <QDebug>
@@ -15,31 +16,6 @@ namespace quendra {
 namespace {
 
 using ServiceResult = std::expected<TranscriptionResult, TranscriptionServiceError>;
-
-// Wakes the coordinating task from the event loop, never from inside the
-// part that finished, so the part's frame is gone before the coordinator
-// moves on. Notifications before the wait are not lost.
-class Wakeup {
-public:
-    void notify() {
-        ++pending;
-        if (waiter)
-            QTimer::singleShot(0, [h = std::exchange(waiter, {})] { h.resume(); });
-    }
-    auto operator co_await() {
-        struct Awaiter {
-            Wakeup& wakeup;
-            bool await_ready() const { return wakeup.pending > 0; }
-            void await_suspend(std::coroutine_handle<> h) { wakeup.waiter = h; }
-            void await_resume() { wakeup.pending = 0; }
-        };
-        return Awaiter{*this};
-    }
-
-private:
-    int pending = 0;
-    std::coroutine_handle<> waiter;
-};
 
 // What the parts of one attempt share; kept alive by every part in flight.
 struct Run {

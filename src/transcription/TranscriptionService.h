@@ -53,6 +53,11 @@ public:
                                   int concurrentSections = defaultConcurrentSections);
 
     void setEngine(DictationModel model, std::shared_ptr<TranscriptionEngine> engine);
+    // The engine of `model`, for work that is not a dictation (a note's
+    // sections); none when the build has none.
+    std::shared_ptr<TranscriptionEngine> engine(DictationModel model) const {
+        return engines.value(model);
+    }
     int concurrentSections() const { return concurrency; }
 
     QCoro::Task<std::expected<TranscriptionResult, TranscriptionServiceError>>

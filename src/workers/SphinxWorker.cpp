@@ -1,12 +1,16 @@
 // parlevo-sphinx-worker: the offline English engine. Reads one JSON request a
 // line on standard input ({"id", "audioPath", "language"}) and answers each
-// with one line ({"id", "transcript"} or {"id", "error"}). The audio must be
-// 16 kHz mono 16-bit WAV, which the application converts to beforehand.
+// with one line ({"id", "transcript", "words"} or {"id", "error"}); "words"
+// holds each recognised word with its time in the file ({"text", "startMs",
+// "endMs"}), which note processing needs to tell speakers apart. The audio
+// must be 16 kHz mono 16-bit WAV, which the application converts to
+// beforehand.
 
 #include <pocketsphinx.h>
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -75,7 +79,27 @@ std::optional<std::vector<std::int16_t>> readWave(const std::string& path, std::
     return std::nullopt;
 }
 
-std::string transcribe(ps_decoder_t* decoder, const std::vector<std::int16_t>& samples) {
+struct Recognised {
+    std::string text;
+    Json words = Json::array();
+};
+
+// Silence, breath and noise markers are the decoder's, not the speaker's.
+bool spoken(const std::string& token) {
+    return !token.empty() && token.front() != '<' && token.front() != '[' &&
+           token.rfind("++", 0) != 0;
+}
+
+// "read(2)" is the dictionary's second pronunciation of "read".
+std::string withoutVariant(std::string token) {
+    const auto open = token.find('(');
+    if (open != std::string::npos && open > 0 && token.back() == ')')
+        token.erase(open);
+    return token;
+}
+
+Recognised transcribe(ps_decoder_t* decoder, const std::vector<std::int16_t>& samples,
+                      int framesPerSecond) {
     ps_start_utt(decoder);
     constexpr std::size_t block = 4096;
     for (std::size_t at = 0; at < samples.size(); at += block)
@@ -84,11 +108,30 @@ std::string transcribe(ps_decoder_t* decoder, const std::vector<std::int16_t>& s
     ps_end_utt(decoder);
     std::int32_t score = 0;
     const char* hypothesis = ps_get_hyp(decoder, &score);
-    return hypothesis ? hypothesis : "";
+    Recognised out;
+    out.text = hypothesis ? hypothesis : "";
+    const double msPerFrame = 1000.0 / std::max(1, framesPerSecond);
+    for (ps_seg_t* seg = ps_seg_iter(decoder); seg; seg = ps_seg_next(seg)) {
+        const char* word = ps_seg_word(seg);
+        if (!word || !spoken(word))
+            continue;
+        int first = 0;
+        int last = 0;
+        ps_seg_frames(seg, &first, &last);
+        out.words.push_back({{"text", withoutVariant(word)},
+                             {"startMs", static_cast<std::int64_t>(first * msPerFrame)},
+                             {"endMs", static_cast<std::int64_t>((last + 1) * msPerFrame)}});
+    }
+    return out;
 }
 
 void reply(const Json& id, const char* key, const std::string& value) {
     Json out = {{"id", id}, {key, value}};
+    std::cout << out.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n' << std::flush;
+}
+
+void reply(const Json& id, const Recognised& recognised) {
+    Json out = {{"id", id}, {"transcript", recognised.text}, {"words", recognised.words}};
     std::cout << out.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n' << std::flush;
 }
 
@@ -112,6 +155,7 @@ int main(int argc, char** argv) {
         return 1;
     }
 
+    const int framesPerSecond = static_cast<int>(cmd_ln_int32_r(config.get(), "-frate"));
     std::string line;
     while (std::getline(std::cin, line)) {
         const Json request = Json::parse(line, nullptr, false);
@@ -135,7 +179,7 @@ int main(int argc, char** argv) {
             reply(id, "error", error);
             continue;
         }
-        reply(id, "transcript", transcribe(decoder.get(), *samples));
+        reply(id, transcribe(decoder.get(), *samples, framesPerSecond));
     }
     return 0;
 }

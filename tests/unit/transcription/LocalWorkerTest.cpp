@@ -63,7 +63,13 @@ protected:
 
     std::expected<QString, WorkerFailure> ask(LocalWorker& worker, const QString& path,
                                               const QString& language = u"en"_s) {
-        return run(worker.transcribe(path, language));
+        return textOf(run(worker.transcribe(path, language)));
+    }
+    static std::expected<QString, WorkerFailure>
+    textOf(const std::expected<WorkerTranscript, WorkerFailure>& reply) {
+        if (!reply)
+            return std::unexpected(reply.error());
+        return reply->text;
     }
 
     PrivateTemporaryFolder temporary;
@@ -175,7 +181,7 @@ TEST_F(LocalWorkerTest, ACancelledRequestEndsItsAnswerAndQueuedOnesNeverStart) {
     EXPECT_EQ(run(std::move(unanswered)).error(), WorkerFailure::stopped);
     EXPECT_EQ(run(std::move(queued)).error(), WorkerFailure::stopped);
     // A request nobody cancelled is answered by a new worker.
-    EXPECT_EQ(run(std::move(other)), u"heard 16000 samples"_s);
+    EXPECT_EQ(textOf(run(std::move(other))), u"heard 16000 samples"_s);
     EXPECT_EQ(starts(), 2);
     EXPECT_TRUE(QDir(QDir::tempPath()).entryList({u"quendra-local-*"_s}, QDir::Files).isEmpty());
     // Already cancelled: nothing is started for it.
@@ -223,6 +229,21 @@ TEST_F(LocalWorkerTest, QwenFailuresAreToldInItsSentences) {
     ASSERT_TRUE(heard);
     EXPECT_EQ(heard->rawTranscript, u"heard 16000 samples"_s);
     EXPECT_FALSE(heard->modelFormatted);
+    EXPECT_TRUE(heard->segments.isEmpty()) << "a worker that tells no times gets none made up";
+}
+
+TEST_F(LocalWorkerTest, WordTimesThatMakeSensePassThroughTheEngine) {
+    LocalWorker worker(queue, standIn(u"timed"_s));
+    LocalEngine engine(worker, OfflineSpeech::sentences(), {});
+    EngineRequest request{AudioPart{wave(32'000), 0, 1000}, {}, {}};
+    request.context.language = DictationLanguage::english;
+    const auto heard = run(engine.transcribe(request));
+    ASSERT_TRUE(heard);
+    EXPECT_EQ(heard->rawTranscript, u"one two"_s);
+    // A word ending before it starts, or without an end, is left out.
+    ASSERT_EQ(heard->segments.size(), 2);
+    EXPECT_EQ(heard->segments[0], (TranscriptionSegment{0, 400, u"one"_s, std::nullopt}));
+    EXPECT_EQ(heard->segments[1], (TranscriptionSegment{500, 900, u"two"_s, std::nullopt}));
 }
 
 TEST_F(LocalWorkerTest, EnginesSayWhenTheyCannotRun) {

@@ -111,13 +111,20 @@ Recognised transcribe(ps_decoder_t* decoder, const std::vector<std::int16_t>& sa
     Recognised out;
     out.text = hypothesis ? hypothesis : "";
     const double msPerFrame = 1000.0 / std::max(1, framesPerSecond);
+    // The decoder counts frames on from one utterance to the next; its
+    // sentence start marks where this one began.
+    std::optional<int> origin;
     for (ps_seg_t* seg = ps_seg_iter(decoder); seg; seg = ps_seg_next(seg)) {
         const char* word = ps_seg_word(seg);
-        if (!word || !spoken(word))
-            continue;
         int first = 0;
         int last = 0;
         ps_seg_frames(seg, &first, &last);
+        if (!origin)
+            origin = first;
+        first -= *origin;
+        last -= *origin;
+        if (!word || !spoken(word))
+            continue;
         out.words.push_back({{"text", withoutVariant(word)},
                              {"startMs", static_cast<std::int64_t>(first * msPerFrame)},
                              {"endMs", static_cast<std::int64_t>((last + 1) * msPerFrame)}});
@@ -148,7 +155,7 @@ int main(int argc, char** argv) {
     const std::string dict = model + "/cmudict-en-us.dict";
     std::unique_ptr<cmd_ln_t, ConfigDeleter> config(
         cmd_ln_init(nullptr, ps_args(), TRUE, "-hmm", hmm.c_str(), "-lm", lm.c_str(), "-dict",
-                    dict.c_str(), "-logfn", "/dev/null", nullptr));
+                    dict.c_str(), "-logfn", "/dev/null", "-remove_silence", "no", nullptr));
     std::unique_ptr<ps_decoder_t, DecoderDeleter> decoder(config ? ps_init(config.get()) : nullptr);
     if (!decoder) {
         std::cerr << "parlevo-sphinx-worker: the model in " << model << " could not be loaded\n";

@@ -9,3 +9,4 @@ if(TARGET parlevo)
                              ENVIRONMENT PARLEVO_BUILD=${CMAKE_BINARY_DIR})
     endforeach()
 endif()
+

@@ -5,7 +5,10 @@
 // sources go through SectionWriter, and each section is marked transcribed
 // with the words that fall inside it, the way a transcriber would return them.
 //
-//   make_test_note FIXTURE.json NOTES-ROOT     prints the new note's identifier
+//   make_test_note FIXTURE.json NOTES-ROOT [--untranscribed]
+//
+// prints the new note's identifier. With --untranscribed the sections are
+// left as a stopped recording leaves them, for processing to transcribe.
 
 #include "audio/SectionWriter.h"
 #include "model/Json.h"
@@ -67,8 +70,9 @@ std::pair<size_t, size_t> voicedRange(const std::vector<float>& samples) {
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     const QStringList args = app.arguments();
-    if (args.size() != 3)
-        fail(u"Usage: make_test_note FIXTURE.json NOTES-ROOT"_s);
+    const bool untranscribed = args.size() == 4 && args[3] == u"--untranscribed"_s;
+    if (args.size() != 3 && !untranscribed)
+        fail(u"Usage: make_test_note FIXTURE.json NOTES-ROOT [--untranscribed]"_s);
     QFile fixtureFile(args[1]);
     if (!fixtureFile.open(QIODevice::ReadOnly))
         fail(u"The fixture %1 could not be read."_s.arg(args[1]));
@@ -117,7 +121,11 @@ int main(int argc, char** argv) {
 
     const auto updated = store.update(note.id, [&](Note& n) {
         for (const auto& s : *sections) {
-            NoteSection section{s.index, s.startMs, s.endMs, true, true, {}, {}};
+            NoteSection section{s.index, s.startMs, s.endMs, true, !untranscribed, {}, {}};
+            if (untranscribed) {
+                n.sections.append(section);
+                continue;
+            }
             QStringList texts;
             for (TimedWord w : words) {
                 const qint64 middle = (w.startMs + w.endMs) / 2;

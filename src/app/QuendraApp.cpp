@@ -10,6 +10,7 @@
 #include "model/UserDefaults.h"
 #include "model/WritingSurface.h"
 #include "notes/NoteSession.h"
+#include "notes/NotesModel.h"
 #include "notes/NotesStore.h"
 #include "panels/QuickPanels.h"
 #include "panels/StatusIcons.h"
@@ -63,17 +64,19 @@ QuendraApp::~QuendraApp() {
     // the panels and the desktop it talks to, the panels before the QML
     // engine they share with the main window.
     tray.reset();
-    note.reset();
     if (engine) {
         for (QObject* root : engine->rootObjects())
             if (auto* window = qobject_cast<QQuickWindow*>(root)) {
                 window->hide();
                 window->setProperty("closing", true);
             }
-        for (const char* name : {"dictation", "history", "dictionary", "snippets", "suggestions",
-                                 "wordsTransfer", "notesList", "settings", "shortcuts", "account"})
+        for (const char* name :
+             {"dictation", "history", "dictionary", "snippets", "suggestions", "wordsTransfer",
+              "notesList", "notes", "settings", "shortcuts", "account"})
             engine->rootContext()->setContextProperty(QString::fromLatin1(name), nullptr);
     }
+    notes.reset();
+    note.reset();
     account.reset();
     shortcuts.reset();
     settings.reset();
@@ -133,16 +136,13 @@ bool QuendraApp::start() {
     tray = std::make_unique<StatusTray>(*model);
     connect(tray.get(), &StatusTray::openRequested, this, [this] { showMainWindow(); });
     connect(tray.get(), &StatusTray::quitRequested, qApp, &QCoreApplication::quit);
-    note = std::make_unique<NoteSession>(context.notes(), context.noteRecorder());
-    connect(tray.get(), &StatusTray::noteToggleRequested, this, &QuendraApp::toggleNote);
+    connect(tray.get(), &StatusTray::noteToggleRequested, notes.get(), &NotesModel::toggle);
+    connect(notes.get(), &NotesModel::recordingChanged, this,
+            [this] { tray->setNoteRecording(notes->recording()); });
     // Queued: the recorder is not stopped from inside its own report.
-    connect(note.get(), &NoteSession::limitReached, this, &QuendraApp::toggleNote,
-            Qt::QueuedConnection);
     connect(
-        note.get(), &NoteSession::failed, this,
+        notes.get(), &NotesModel::stoppedUnexpectedly, this,
         [this](const QString& message) {
-            if (note->isRecording())
-                toggleNote();
             panels->showAlert({DictationAlert::Kind::recording,
                                u"Note recording stopped"_s,
                                message + u" What was recorded is kept in Notes."_s,
@@ -150,8 +150,14 @@ bool QuendraApp::start() {
                                std::nullopt});
         },
         Qt::QueuedConnection);
-    connect(note.get(), &NoteSession::notice, this,
-            [](const QString& message) { qInfo("parlevo: %s", qPrintable(message)); });
+    connect(notes.get(), &NotesModel::processed, this,
+            [](const QString& id, const QString& message) {
+                if (message.isEmpty())
+                    qInfo("parlevo: the note %s is processed", qPrintable(id));
+                else
+                    qWarning("parlevo: the note %s: %s", qPrintable(id), qPrintable(message));
+            });
+    notes->resume();
     // A desktop without a tray would leave no way in but the window.
     if (StatusTray::available()) {
         tray->show();
@@ -282,6 +288,21 @@ void QuendraApp::buildViews() {
     suggestions = std::make_unique<WordSuggestionsModel>(store);
     wordsTransfer = std::make_unique<WordsTransferActions>(store, *dictionary, *snippets);
     notesList = std::make_unique<NotesListModel>(context.notes());
+    note = std::make_unique<NoteSession>(context.notes(), context.noteRecorder());
+    notes = std::make_unique<NotesModel>(
+        *note, context.noteRecorder(), context.noteProcessor(),
+        NotesModel::Options{
+            .callHint = {},
+            .language = [&store] { return rawValue(store.dictationLanguage()).toString(); },
+            .now = {},
+        });
+    // A note's progress is in its own folder, which the list does not watch;
+    // a burst of changes is one refresh.
+    notesRefresh = new QTimer(this);
+    notesRefresh->setSingleShot(true);
+    notesRefresh->setInterval(300);
+    connect(notesRefresh, &QTimer::timeout, notesList.get(), &NotesListModel::refresh);
+    connect(notes.get(), &NotesModel::processingChanged, notesRefresh, qOverload<>(&QTimer::start));
     loginItem = LoginItem::create(QCoreApplication::applicationFilePath());
     // The controller's own answer: it asks the keyring once, not at every redraw.
     settings = std::make_unique<SettingsModel>(store, *loginItem,
@@ -300,7 +321,7 @@ void QuendraApp::buildViews() {
     if (hotKey)
         connect(*hotKey, &HotKeyManager::pressed, model.get(), [this] { model->toggle(false); });
     if (notesHotKey)
-        connect(*notesHotKey, &HotKeyManager::pressed, this, &QuendraApp::toggleNote);
+        connect(*notesHotKey, &HotKeyManager::pressed, notes.get(), &NotesModel::toggle);
     if (hotKey && notesHotKey) {
         shortcutSettings = std::make_unique<ShortcutSettings>(store, **hotKey, **notesHotKey);
         shortcuts = std::make_unique<ShortcutRecorder>(*shortcutSettings, *model);
@@ -325,6 +346,7 @@ void QuendraApp::buildViews() {
     root->setContextProperty(u"suggestions"_s, suggestions.get());
     root->setContextProperty(u"wordsTransfer"_s, wordsTransfer.get());
     root->setContextProperty(u"notesList"_s, notesList.get());
+    root->setContextProperty(u"notes"_s, notes.get());
     root->setContextProperty(u"settings"_s, settings.get());
     root->setContextProperty(u"shortcuts"_s, shortcuts.get());
     root->setContextProperty(u"account"_s, account.get());
@@ -335,23 +357,6 @@ void QuendraApp::logTimings() {
         std::fprintf(stderr, "qa %s at=%lld\n", qUtf8Printable(name),
                      static_cast<long long>(QDateTime::currentMSecsSinceEpoch()));
     });
-}
-
-void QuendraApp::toggleNote() {
-    if (note->isRecording()) {
-        if (const auto finished = note->stop())
-            qInfo("parlevo: recorded the note %s (%lld ms)", qPrintable(uuidText(finished->id)),
-                  static_cast<long long>(finished->durationMs));
-    } else if (const auto started = note->start(NoteSource::room); !started) {
-        panels->showAlert({DictationAlert::Kind::setup,
-                           u"Note did not start"_s,
-                           started.error(),
-                           {AlertAction::dismiss},
-                           std::nullopt});
-    } else {
-        qInfo("parlevo: recording the note %s", qPrintable(uuidText(started->id)));
-    }
-    tray->setNoteRecording(note->isRecording());
 }
 
 void QuendraApp::showMainWindow(const QString& section) {

@@ -25,6 +25,7 @@ class SnippetListModel;
 class WordSuggestionsModel;
 class WordsTransferActions;
 class NoteSession;
+class NotesModel;
 class QuickPanels;
 class StatusTray;
 
@@ -56,7 +57,6 @@ private:
     void answerOnTheBus();
     void watchSettings();
     void logTimings();
-    void toggleNote();
 
     AppContext& context;
     const bool quiet;
@@ -76,6 +76,8 @@ private:
     std::unique_ptr<AccountSettings> account;
     std::unique_ptr<QQmlApplicationEngine> engine;
     std::unique_ptr<NoteSession> note;
+    std::unique_ptr<NotesModel> notes;
+    QTimer* notesRefresh = nullptr;
     std::unique_ptr<StatusTray> tray;
     std::unique_ptr<QFileSystemWatcher> settingsWatcher;
     std::unique_ptr<QFileSystemWatcher> notesWatcher;

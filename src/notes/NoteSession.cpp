@@ -17,7 +17,8 @@ NoteSession::~NoteSession() {
     stop();
 }
 
-std::expected<NoteSession::Started, QString> NoteSession::start(NoteSource source) {
+std::expected<NoteSession::Started, QString>
+NoteSession::start(NoteSource source, std::optional<QString> sourceApp, QString language) {
     if (current || recorder.isRecording())
         return std::unexpected(QStringLiteral("A note is already being recorded."));
     Note note;
@@ -25,6 +26,8 @@ std::expected<NoteSession::Started, QString> NoteSession::start(NoteSource sourc
     note.createdAt = QDateTime::currentDateTimeUtc();
     note.state = NoteState::recording;
     note.source = source;
+    note.sourceApp = source == NoteSource::call ? sourceApp : std::nullopt;
+    note.language = language.isEmpty() ? QStringLiteral("auto") : language;
     if (const auto created = notes.create(note); !created)
         return std::unexpected(created.error().message);
     current = note;

@@ -36,11 +36,18 @@ public:
     NoteSession(NotesStore& notes, NoteRecorder& recorder, QObject* parent = nullptr);
     ~NoteSession() override;
 
-    std::expected<Started, QString> start(NoteSource source);
+    // `sourceApp` names the call application detected, `language` the code
+    // the sections are transcribed in ("auto" lets the engine find it).
+    std::expected<Started, QString> start(NoteSource source,
+                                          std::optional<QString> sourceApp = std::nullopt,
+                                          QString language = QStringLiteral("auto"));
     // Nothing when no note is being recorded.
     std::optional<Finished> stop();
 
     bool isRecording() const { return current.has_value(); }
+    // The note being recorded, or a null identifier.
+    QUuid currentID() const { return current ? current->id : QUuid(); }
+    NoteSource currentSource() const { return current ? current->source : NoteSource::room; }
     qint64 recordedMs() const { return recorded; }
 
 Q_SIGNALS:

@@ -20,6 +20,82 @@ Pane {
             font.bold: true
             Accessible.role: Accessible.Heading
         }
+        // Recording: start a call or a meeting, or follow the one under way.
+        RowLayout {
+            Layout.fillWidth: true
+            visible: !notes.recording
+            PushButton {
+                text: "Record call"
+                Accessible.description: "Records the microphone and this computer’s audio"
+                onClicked: recordProblem.text = notes.start(true)
+            }
+            PushButton {
+                text: "Record meeting"
+                Accessible.description: "Records the microphone only"
+                onClicked: recordProblem.text = notes.start(false)
+            }
+            Label {
+                Layout.fillWidth: true
+                visible: notes.callLikely
+                text: notes.callAppName !== "" ? "A call in " + notes.callAppName + " seems to be running." : "A call seems to be running."
+                wrapMode: Text.WordWrap
+            }
+        }
+        Label {
+            id: recordProblem
+            Layout.fillWidth: true
+            visible: text !== "" && !notes.recording
+            wrapMode: Text.WordWrap
+            color: "#c62828"
+            Accessible.role: Accessible.AlertMessage
+        }
+        GroupBox {
+            Layout.fillWidth: true
+            visible: notes.recording
+            title: notes.call ? "Recording a call" : "Recording a meeting"
+            Accessible.name: title
+            GridLayout {
+                anchors.left: parent.left
+                anchors.right: parent.right
+                columns: 2
+                Label {
+                    text: notes.elapsedText
+                    font.family: "monospace"
+                    Accessible.name: "Elapsed " + text
+                }
+                PushButton {
+                    Layout.alignment: Qt.AlignRight
+                    text: "Stop recording"
+                    onClicked: notes.stop()
+                }
+                Label { text: "Microphone" }
+                ProgressBar {
+                    Layout.fillWidth: true
+                    from: 0
+                    to: 1
+                    value: notes.microphoneLevel
+                    Accessible.name: "Microphone level"
+                }
+                Label { text: "Computer audio"; visible: notes.call }
+                ProgressBar {
+                    Layout.fillWidth: true
+                    visible: notes.call
+                    from: 0
+                    to: 1
+                    value: notes.systemLevel
+                    Accessible.name: "Computer audio level"
+                }
+                Label {
+                    Layout.columnSpan: 2
+                    Layout.fillWidth: true
+                    visible: text !== ""
+                    text: notes.notice
+                    wrapMode: Text.WordWrap
+                    Accessible.role: Accessible.AlertMessage
+                    Accessible.name: text
+                }
+            }
+        }
         RowLayout {
             Layout.fillWidth: true
             TextField {
@@ -69,15 +145,40 @@ Pane {
                 required property string source
                 required property string preview
                 required property string message
+                required property string noteId
+                // Processing runs in this application; the list only says so.
+                property string progress: notes.isProcessing(noteId) ? notes.progressText(noteId) : ""
+                Connections {
+                    target: notes
+                    function onProcessingChanged(id) {
+                        if (id === row.noteId)
+                            row.progress = notes.isProcessing(row.noteId) ? notes.progressText(row.noteId) : ""
+                    }
+                }
                 width: ListView.view.width - 12
                 highlighted: ListView.isCurrentItem
                 Accessible.role: Accessible.ListItem
-                Accessible.name: title + ", " + time + ", " + noteState
+                Accessible.name: title + ", " + time + ", " + (progress !== "" ? progress : noteState)
                 contentItem: ColumnLayout {
                     spacing: 2
                     RowLayout {
                         Label { text: row.title; font.bold: true; Layout.fillWidth: true; elide: Text.ElideRight }
-                        Label { text: row.noteState; color: row.noteState === "Failed" ? "#c62828" : palette.text }
+                        Label {
+                            text: row.progress !== "" ? row.progress : row.noteState
+                            color: row.noteState === "Failed" && row.progress === "" ? "#c62828" : palette.text
+                        }
+                        PushButton {
+                            visible: row.progress === "" && (row.noteState === "Interrupted" || row.noteState === "Failed" || row.noteState === "Processing")
+                            text: "Process now"
+                            Accessible.name: "Process now: " + row.title
+                            onClicked: notes.processNow(row.noteId)
+                        }
+                        PushButton {
+                            visible: row.progress !== ""
+                            text: "Stop"
+                            Accessible.name: "Stop processing: " + row.title
+                            onClicked: notes.cancelProcessing(row.noteId)
+                        }
                     }
                     Label {
                         opacity: 0.75

@@ -24,12 +24,19 @@ for clip in "$clips"/*.wav; do
     id="$(basename "$clip" .wav)"
     "$parlevo" transcribe "$clip" --model pocketsphinx-en-us --style exact --json \
         >"$harness_dir/$id.json" 2>"$harness_dir/$id.err" || fail "$id: $(cat "$harness_dir/$id.err")"
-    python3 - "$harness_dir/$id.json" "$id" >>"$hypotheses" <<'PY'
+    seconds="$(soxi -D "$clip")"
+    python3 - "$harness_dir/$id.json" "$id" "$seconds" >>"$hypotheses" <<'PY'
 import json, sys
 result = json.load(open(sys.argv[1]))
 assert result["model"] == "pocketsphinx-en-us", result
 assert result["fallbackUsed"] is False, result
-assert result["segments"] and result["segments"][0]["startMs"] == 0, result
+# The offline engine tells each word's time: in order, inside the clip, and
+# the words are those of the text.
+words = result["segments"]
+assert words, result
+assert [w["text"] for w in words] == result["rawTranscript"].split(), result
+assert all(0 <= a["startMs"] <= a["endMs"] <= b["startMs"] for a, b in zip(words, words[1:])), words
+assert words[-1]["endMs"] <= float(sys.argv[3]) * 1000 + 50, words[-1]
 print(sys.argv[2] + "\t" + result["rawTranscript"])
 PY
 done

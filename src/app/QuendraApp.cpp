@@ -23,6 +23,7 @@
 #include "views/AccountSettings.h"
 #include "views/DictionaryListModel.h"
 #include "views/HistoryListModel.h"
+#include "views/NoteDetailModel.h"
 #include "views/NotesListModel.h"
 #include "views/SettingsModel.h"
 #include "views/ShortcutRecorder.h"
@@ -72,9 +73,10 @@ QuendraApp::~QuendraApp() {
             }
         for (const char* name :
              {"dictation", "history", "dictionary", "snippets", "suggestions", "wordsTransfer",
-              "notesList", "notes", "settings", "shortcuts", "account"})
+              "notesList", "notes", "noteDetail", "settings", "shortcuts", "account"})
             engine->rootContext()->setContextProperty(QString::fromLatin1(name), nullptr);
     }
+    noteDetail.reset();
     notes.reset();
     note.reset();
     account.reset();
@@ -296,6 +298,8 @@ void QuendraApp::buildViews() {
             .language = [&store] { return rawValue(store.dictationLanguage()).toString(); },
             .now = {},
         });
+    noteDetail = std::make_unique<NoteDetailModel>(context.notes(), context.noteProcessor(), *notes,
+                                                   NoteDetailModel::Exporter{});
     // A note's progress is in its own folder, which the list does not watch;
     // a burst of changes is one refresh.
     notesRefresh = new QTimer(this);
@@ -347,6 +351,7 @@ void QuendraApp::buildViews() {
     root->setContextProperty(u"wordsTransfer"_s, wordsTransfer.get());
     root->setContextProperty(u"notesList"_s, notesList.get());
     root->setContextProperty(u"notes"_s, notes.get());
+    root->setContextProperty(u"noteDetail"_s, noteDetail.get());
     root->setContextProperty(u"settings"_s, settings.get());
     root->setContextProperty(u"shortcuts"_s, shortcuts.get());
     root->setContextProperty(u"account"_s, account.get());

@@ -26,6 +26,7 @@ class WordSuggestionsModel;
 class WordsTransferActions;
 class NoteSession;
 class NotesModel;
+class NoteDetailModel;
 class QuickPanels;
 class StatusTray;
 
@@ -77,6 +78,7 @@ private:
     std::unique_ptr<QQmlApplicationEngine> engine;
     std::unique_ptr<NoteSession> note;
     std::unique_ptr<NotesModel> notes;
+    std::unique_ptr<NoteDetailModel> noteDetail;
     QTimer* notesRefresh = nullptr;
     std::unique_ptr<StatusTray> tray;
     std::unique_ptr<QFileSystemWatcher> settingsWatcher;

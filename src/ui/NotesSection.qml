@@ -10,9 +10,26 @@ Pane {
     implicitHeight: 480
     Accessible.name: "Notes"
     Component.onCompleted: notesList.refresh()
+    property bool showingNote: false
+
+    function openNote(id) {
+        noteDetail.open(id)
+        showingNote = true
+    }
+
+    NotePage {
+        anchors.fill: parent
+        visible: page.showingNote
+        onBack: {
+            page.showingNote = false
+            noteDetail.close()
+            notesList.refresh()
+        }
+    }
 
     ColumnLayout {
         anchors.fill: parent
+        visible: !page.showingNote
         spacing: 10
         Label {
             text: "Notes"
@@ -156,6 +173,9 @@ Pane {
                     }
                 }
                 width: ListView.view.width - 12
+                onClicked: page.openNote(noteId)
+                Keys.onReturnPressed: page.openNote(noteId)
+                Accessible.onPressAction: page.openNote(noteId)
                 highlighted: ListView.isCurrentItem
                 Accessible.role: Accessible.ListItem
                 Accessible.name: title + ", " + time + ", " + (progress !== "" ? progress : noteState)

@@ -1,8 +1,14 @@
 #include "CommandSupport.h"
 
 #include "notes/NoteAssembly.h"
+#include "notes/NoteExport.h"
 #include "notes/NotesStore.h"
 #include "notes/SpeakerNameSuggester.h"
+
+#include "Interruption.h"
+
+#include <QDir>
+#include <QFileInfo>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -203,6 +209,59 @@ int assemble(Invocation& in) {
     return 0;
 }
 
+// Text goes to standard output unless -o names a file; audio always goes to
+// a file, by default one named after the note in the current folder, which
+// is never replaced unasked.
+int exportNote(Invocation& in) {
+    auto format = NoteExportFormat::markdown;
+    int status = 0;
+    if (in.values(u"format"_s).isEmpty())
+        return in.usageError(u"choose a format with --format %1"_s.arg(
+            rawValueList<NoteExportFormat>().replace(u", "_s, u"|"_s)));
+    if (!enumOption(in, u"format"_s, u"a format"_s, format, &status))
+        return status;
+    const QStringList outputs = in.values(u"o"_s);
+    const std::optional<QString> output =
+        outputs.isEmpty() ? std::nullopt : std::optional(outputs.last());
+    if (output && output->isEmpty())
+        return in.usageError(u"-o needs a file name"_s);
+    const bool audio = format == NoteExportFormat::m4a;
+    if (audio && output == u"-"_s)
+        return in.usageError(u"M4A audio cannot be written to standard output; give -o FILE"_s);
+    NotesStore& store = in.app.notes();
+    const auto note = findNote(in, store, &status);
+    if (!note)
+        return status;
+    if (!audio && (!output || *output == u"-"_s)) {
+        // A failed write to standard output is caught where every command's is.
+        in.out << QString::fromUtf8(NoteExport::text(*note, format));
+        in.out.flush();
+        return 0;
+    }
+    QString path = output.value_or(QString());
+    if (!output) {
+        path = QDir::current().filePath(NoteExport::fileName(*note, format));
+        if (QFileInfo::exists(path) || QFileInfo(path).isSymLink())
+            return in.failure(u"%1 already exists; give -o FILE to replace it or to choose "
+                              "another name."_s.arg(QDir::toNativeSeparators(path)));
+    }
+    if (QFileInfo(path).isDir())
+        return in.failure(u"%1 is a folder; give a file name after -o."_s.arg(path));
+    // Ctrl+C stops the export and leaves nothing half written behind.
+    Interruption interruption;
+    const auto exported = NoteExport::write(
+        store, *note, format, path, [&](qint64, qint64) { return !interruption.requested(); });
+    if (!exported) {
+        if (exported.error().kind == NoteExportError::Kind::stopped) {
+            in.err << exported.error().message << Qt::endl;
+            return interruption.exitStatus();
+        }
+        return in.failure(exported.error().message);
+    }
+    in.out << u"Exported “%1” to %2."_s.arg(note->title, path) << Qt::endl;
+    return 0;
+}
+
 } // namespace
 
 int runNotesCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
@@ -260,6 +319,16 @@ int runNotesCommand(AppContext& app, const QStringList& arguments, QTextStream& 
          {},
          {},
          assemble},
+        {u"export"_s,
+         {u"notes export ID --format md|srt|vtt|json|m4a [-o FILE]"_s,
+          u"Exports a note: its transcript and summary as Markdown, subtitles as SRT or\n"
+          "WebVTT, the whole record as JSON, or its audio as M4A (16 kHz, one channel).\n"
+          "Text goes to standard output unless -o FILE is given; M4A goes to FILE, or to\n"
+          "a file named after the note in the current folder, never replaced unasked."_s},
+         1,
+         {},
+         {u"format"_s, u"o"_s},
+         exportNote},
     };
     return dispatch(app, u"notes"_s, subcommands, arguments, out, err);
 }

@@ -9,6 +9,7 @@
 #include "model/AppDataStore.h"
 #include "model/UserDefaults.h"
 #include "model/WritingSurface.h"
+#include "notes/NoteExport.h"
 #include "notes/NoteSession.h"
 #include "notes/NotesModel.h"
 #include "notes/NotesStore.h"

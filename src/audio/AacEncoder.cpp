@@ -17,8 +17,10 @@ std::unexpected<AacEncoderError> broken(QString message) {
     return std::unexpected(AacEncoderError{false, std::move(message)});
 }
 
-std::unexpected<AacEncoderError> unwritable(QString message) {
-    return std::unexpected(AacEncoderError{true, std::move(message)});
+// FFmpeg hands system errors back negated; its own codes lie far below them.
+std::unexpected<AacEncoderError> unwritable(QString message, int status) {
+    const int error = status < 0 && status > -4096 ? -status : 0;
+    return std::unexpected(AacEncoderError{true, std::move(message), error});
 }
 
 } // namespace
@@ -45,7 +47,7 @@ struct AacEncoder::State {
             const int written = av_interleaved_write_frame(output.get(), packet.get());
             av_packet_unref(packet.get());
             if (written < 0)
-                return unwritable(u"The encoded audio could not be written."_s);
+                return unwritable(u"The encoded audio could not be written."_s, written);
         }
     }
 
@@ -112,10 +114,11 @@ std::expected<AacEncoder, AacEncoderError> AacEncoder::create(const QString& pat
     if (!state->stream || avcodec_parameters_from_context(state->stream->codecpar, codec) < 0)
         return broken(u"The MPEG-4 audio writer could not be set up."_s);
     state->stream->time_base = codec->time_base;
-    if (avio_open(&state->output->pb, native.constData(), AVIO_FLAG_WRITE) < 0)
-        return unwritable(u"Could not create %1."_s.arg(path));
-    if (avformat_write_header(state->output.get(), nullptr) < 0)
-        return unwritable(u"Could not write %1."_s.arg(path));
+    if (const int opened = avio_open(&state->output->pb, native.constData(), AVIO_FLAG_WRITE);
+        opened < 0)
+        return unwritable(u"Could not create %1."_s.arg(path), opened);
+    if (const int written = avformat_write_header(state->output.get(), nullptr); written < 0)
+        return unwritable(u"Could not write %1."_s.arg(path), written);
     return AacEncoder(std::move(state));
 }
 
@@ -147,11 +150,11 @@ std::expected<void, AacEncoderError> AacEncoder::finish() {
     }
     if (auto encoded = state->encode(nullptr, 0); !encoded)
         return encoded;
-    if (av_write_trailer(state->output.get()) < 0)
-        return unwritable(u"The audio file could not be completed."_s);
+    if (const int written = av_write_trailer(state->output.get()); written < 0)
+        return unwritable(u"The audio file could not be completed."_s, written);
     // Closing writes what is still buffered; a full disk shows here.
-    if (avio_closep(&state->output->pb) < 0)
-        return unwritable(u"The audio file could not be completed."_s);
+    if (const int closed = avio_closep(&state->output->pb); closed < 0)
+        return unwritable(u"The audio file could not be completed."_s, closed);
     return {};
 }
 

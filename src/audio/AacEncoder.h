@@ -13,6 +13,9 @@ namespace quendra {
 struct AacEncoderError {
     bool unwritable = false;
     QString message;
+    // The system's error number behind an unwritable file (ENOSPC, EROFS, ...)
+    // when the writer reported one; 0 otherwise.
+    int systemError = 0;
 };
 
 // Writes 16 kHz mono samples as AAC in an MPEG-4 audio file (".m4a").

@@ -38,17 +38,20 @@ bool Invocation::parse(const CommandHelp& usage, int positionals, const QStringL
             help = true;
             continue;
         }
-        const qsizetype eq = a.indexOf(u'=');
-        const QString name = a.mid(2, eq < 0 ? -1 : eq - 2);
-        if (a.startsWith(u"--"_s) && flags.contains(name) && eq < 0) {
+        // A one-letter option is written with one dash ("-o FILE").
+        const bool letter = a.size() == 2 && a != u"--"_s;
+        const qsizetype eq = letter ? -1 : a.indexOf(u'=');
+        const QString name = letter ? a.mid(1) : a.mid(2, eq < 0 ? -1 : eq - 2);
+        const bool named = letter || a.startsWith(u"--"_s);
+        if (named && flags.contains(name) && eq < 0) {
             flagsSet.insert(name);
-        } else if (a.startsWith(u"--"_s) && valueOptions.contains(name)) {
+        } else if (named && valueOptions.contains(name)) {
             if (eq >= 0) {
                 optionValues.insert(name, a.mid(eq + 1));
             } else if (i + 1 < arguments.size()) {
                 optionValues.insert(name, arguments[++i]);
             } else {
-                usageError(u"the option --%1 needs a value"_s.arg(name));
+                usageError(u"the option %1 needs a value"_s.arg(a));
                 return false;
             }
         } else {

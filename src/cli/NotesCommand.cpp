@@ -2,9 +2,14 @@
 #include "Interruption.h"
 
 #include "notes/NoteAssembly.h"
+#include "notes/NoteExport.h"
 #include "notes/NoteProcessor.h"
+#include "notes/NoteSummary.h"
 #include "notes/NotesStore.h"
 #include "notes/SpeakerNameSuggester.h"
+
+#include <QDir>
+#include <QFileInfo>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -222,25 +227,29 @@ std::optional<Result> processorRun(Invocation& in, const QUuid& id, QCoro::Task<
     return result;
 }
 
-void printSummary(QTextStream& out, const Json& summary) {
-    if (const auto title = field<QString>(summary, "title"))
-        out << *title << u"\n"_s;
-    if (const auto overview = field<QString>(summary, "overview"))
-        out << *overview << u"\n"_s;
-    for (const SummaryList& list : summaryLists) {
-        const auto items = summary.find(list.key);
-        if (items == summary.end() || !items->is_array() || items->empty())
-            continue;
-        out << u"\n"_s << QString::fromLatin1(list.heading) << u":\n"_s;
-        for (const Json& item : *items) {
-            out << u"- "_s << fieldOr<QString>(item, "text", {});
-            if (const auto owner = field<QString>(item, "owner"))
-                out << u" ("_s << *owner << u")"_s;
-            if (const auto at = field<qint64>(item, "atMs"))
-                out << u" ["_s << clock(*at) << u"]"_s;
-            out << u"\n"_s;
-        }
+void printSummary(QTextStream& out, const Json& stored) {
+    const NoteSummary summary = NoteSummary::read(stored);
+    const auto moment = [](std::optional<qint64> at) {
+        return at ? u" ["_s + clock(*at) + u"]"_s : QString();
+    };
+    if (!summary.title.isEmpty())
+        out << summary.title << u"\n"_s;
+    if (!summary.overview.isEmpty())
+        out << summary.overview << u"\n"_s;
+    for (const NoteSummaryList& list : summary.lists()) {
+        out << u"\n"_s << list.heading << u":\n"_s;
+        for (const NoteSummaryItem& item : list.items)
+            out << u"- "_s << item.text
+                << (item.owner.isEmpty() ? QString() : u" ("_s + item.owner + u")"_s)
+                << moment(item.atMs) << u"\n"_s;
     }
+    if (!summary.topics.isEmpty())
+        out << u"\nTopics:\n"_s;
+    for (const NoteSummaryTopic& topic : summary.topics)
+        out << u"- "_s << topic.title << (topic.text.isEmpty() ? QString() : u": "_s + topic.text)
+            << moment(topic.momentsMs.isEmpty() ? std::nullopt
+                                                : std::optional(topic.momentsMs.first()))
+            << u"\n"_s;
     out.flush();
 }
 
@@ -320,6 +329,59 @@ int ask(Invocation& in) {
     if (!moments.isEmpty())
         in.out << u" ["_s << moments.join(u", "_s) << u"]"_s;
     in.out << Qt::endl;
+    return 0;
+}
+
+// Text goes to standard output unless -o names a file; audio always goes to
+// a file, by default one named after the note in the current folder, which
+// is never replaced unasked.
+int exportNote(Invocation& in) {
+    auto format = NoteExportFormat::markdown;
+    int status = 0;
+    if (in.values(u"format"_s).isEmpty())
+        return in.usageError(u"choose a format with --format %1"_s.arg(
+            rawValueList<NoteExportFormat>().replace(u", "_s, u"|"_s)));
+    if (!enumOption(in, u"format"_s, u"a format"_s, format, &status))
+        return status;
+    const QStringList outputs = in.values(u"o"_s);
+    const std::optional<QString> output =
+        outputs.isEmpty() ? std::nullopt : std::optional(outputs.last());
+    if (output && output->isEmpty())
+        return in.usageError(u"-o needs a file name"_s);
+    const bool audio = format == NoteExportFormat::m4a;
+    if (audio && output == u"-"_s)
+        return in.usageError(u"M4A audio cannot be written to standard output; give -o FILE"_s);
+    NotesStore& store = in.app.notes();
+    const auto note = findNote(in, store, &status);
+    if (!note)
+        return status;
+    if (!audio && (!output || *output == u"-"_s)) {
+        // A failed write to standard output is caught where every command's is.
+        in.out << QString::fromUtf8(NoteExport::text(*note, format));
+        in.out.flush();
+        return 0;
+    }
+    QString path = output.value_or(QString());
+    if (!output) {
+        path = QDir::current().filePath(NoteExport::fileName(*note, format));
+        if (QFileInfo::exists(path) || QFileInfo(path).isSymLink())
+            return in.failure(u"%1 already exists; give -o FILE to replace it or to choose "
+                              "another name."_s.arg(QDir::toNativeSeparators(path)));
+    }
+    if (QFileInfo(path).isDir())
+        return in.failure(u"%1 is a folder; give a file name after -o."_s.arg(path));
+    // Ctrl+C stops the export and leaves nothing half written behind.
+    Interruption interruption;
+    const auto exported = NoteExport::write(
+        store, *note, format, path, [&](qint64, qint64) { return !interruption.requested(); });
+    if (!exported) {
+        if (exported.error().kind == NoteExportError::Kind::stopped) {
+            in.err << exported.error().message << Qt::endl;
+            return interruption.exitStatus();
+        }
+        return in.failure(exported.error().message);
+    }
+    in.out << u"Exported “%1” to %2."_s.arg(note->title, path) << Qt::endl;
     return 0;
 }
 
@@ -405,6 +467,16 @@ int runNotesCommand(AppContext& app, const QStringList& arguments, QTextStream& 
          {u"json"_s},
          {},
          ask},
+        {u"export"_s,
+         {u"notes export ID --format md|srt|vtt|json|m4a [-o FILE]"_s,
+          u"Exports a note: its transcript and summary as Markdown, subtitles as SRT or\n"
+          "WebVTT, the whole record as JSON, or its audio as M4A (16 kHz, one channel).\n"
+          "Text goes to standard output unless -o FILE is given; M4A goes to FILE, or to\n"
+          "a file named after the note in the current folder, never replaced unasked."_s},
+         1,
+         {},
+         {u"format"_s, u"o"_s},
+         exportNote},
     };
     return dispatch(app, u"notes"_s, subcommands, arguments, out, err);
 }

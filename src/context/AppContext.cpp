@@ -16,6 +16,7 @@
 #include "notes/GroqNoteSummarizer.h"
 #include "notes/HostedNoteSummarizer.h"
 #include "notes/HostedSectionTranscriber.h"
+#include "notes/NoteExport.h"
 #include "notes/NoteProcessor.h"
 #include "notes/NoteRecorder.h"
 #include "notes/NotesStore.h"
@@ -228,6 +229,12 @@ NoteProcessor& AppContext::noteProcessor() {
         if (groqChat->storedKey())
             return std::make_shared<GroqNoteSummarizer>(groqChat);
         return nullptr;
+    };
+    setup.exportAudio = [store = &notes()](const Note& note,
+                                           const QString& path) -> std::expected<void, QString> {
+        if (auto written = NoteExport::writeAudio(*store, note, path); !written)
+            return std::unexpected(written.error().message);
+        return {};
     };
     processor = std::make_unique<NoteProcessor>(notes(), std::move(setup));
     return *processor;

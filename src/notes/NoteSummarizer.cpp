@@ -1,5 +1,7 @@
 #include "notes/NoteSummarizer.h"
 
+#include "notes/NoteSummary.h"
+
 namespace quendra {
 
 namespace {
@@ -19,33 +21,9 @@ Json text(const Json& object, const char* key) {
 } // namespace
 
 Json tidySummary(const Json& summary, qint64 durationMs) {
-    Json out = Json::object();
-    if (!summary.is_object())
-        return out;
-    for (const char* key : {"title", "overview"})
-        if (Json value = text(summary, key); value.is_string() && !value.get<std::string>().empty())
-            out[key] = value;
-    for (const SummaryList& list : summaryLists) {
-        Json items = Json::array();
-        const auto found = summary.find(list.key);
-        if (found != summary.end() && found->is_array()) {
-            for (const Json& item : *found) {
-                // A bare string is an item without a moment.
-                Json kept = item.is_string() ? Json{{"text", item}} : Json::object();
-                if (item.is_object()) {
-                    kept["text"] = text(item, "text");
-                    if (const auto at = moment(item, durationMs))
-                        kept["atMs"] = *at;
-                    if (Json owner = text(item, "owner"); owner.is_string())
-                        kept["owner"] = owner;
-                }
-                if (kept["text"].is_string() && !kept["text"].get<std::string>().empty())
-                    items.push_back(std::move(kept));
-            }
-        }
-        out[list.key] = std::move(items);
-    }
-    return out;
+    NoteSummary read = NoteSummary::read(summary);
+    read.keepMomentsWithin(durationMs);
+    return read.toJson();
 }
 
 Json tidyAnswer(const Json& answer, qint64 durationMs) {

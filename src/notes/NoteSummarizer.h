@@ -27,10 +27,10 @@ struct SummaryError {
     bool cancelled = false;
 };
 
-// A summary is a JSON object: "title" and "overview" (text), and the lists
-// "keyPoints", "decisions", "actions", "openQuestions" and "topics", whose
-// items are {"text", "atMs"}, "atMs" being the moment of the recording the
-// item comes from. An answer is {"text", "citations": [{"atMs"}]}.
+// A summary is a JSON object read by NoteSummary ("title", "overview",
+// "keyPoints", "decisions", "actions", "openQuestions", "topics"; items
+// {"text", "atMs"}, "atMs" being the moment of the recording the item comes
+// from). An answer is {"text", "citations": [{"atMs"}]}.
 //
 // Carried in a record of its own: a bare JSON value inside std::expected
 // makes the comparisons the coroutine library instantiates ambiguous.
@@ -49,19 +49,9 @@ public:
     virtual QString name() const = 0;
 };
 
-// The lists of a summary, in the order they are shown, with their headings.
-struct SummaryList {
-    const char* key;
-    const char* heading;
-};
-inline constexpr SummaryList summaryLists[] = {
-    {"keyPoints", "Key points"},         {"decisions", "Decisions"}, {"actions", "Actions"},
-    {"openQuestions", "Open questions"}, {"topics", "Topics"},
-};
-
-// Keeps what a summary or answer may hold: known keys, items with text, and
-// moments that lie within the recording (a moment past its end is dropped,
-// not moved). Anything else the service adds is left out.
+// A summary or answer in the form it is stored in: what NoteSummary reads of
+// it, with moments that lie within the recording (a moment past its end is
+// dropped, not moved). Anything else the service adds is left out.
 Json tidySummary(const Json& summary, qint64 durationMs);
 Json tidyAnswer(const Json& answer, qint64 durationMs);
 

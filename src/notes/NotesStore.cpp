@@ -414,6 +414,26 @@ StoreResult<QByteArray> NotesStore::readSectionEnvelope(const QUuid& id, int ind
                                EnergyEnvelope::largestFileBytes, sectionEnvelopePath(id, index));
 }
 
+StoreResult<FileDescriptor> NotesStore::openSectionAudio(const QUuid& id, int index) const {
+    const auto folder = openNoteFolder(id);
+    if (!folder)
+        return std::unexpected(folder.error());
+    const QString shown = sectionAudioPath(id, index);
+    // Non-blocking, so that a FIFO put in its place is refused, not waited on.
+    FileDescriptor file(::openat(folder->get(), sectionFileName(index, ".wav").constData(),
+                                 O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    if (file.get() < 0)
+        return std::unexpected(readFailure(shown, errno));
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0)
+        return std::unexpected(readFailure(shown, errno));
+    if (!S_ISREG(status.st_mode))
+        return std::unexpected(
+            StoreError{StoreError::Kind::refused,
+                       u"Could not read %1: it is not a regular file."_s.arg(shown)});
+    return file;
+}
+
 void NotesStore::recover(const QUuid& id, NoteRecovery& recovery) {
     const auto held = lock(id);
     if (!held) {

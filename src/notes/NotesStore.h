@@ -84,6 +84,10 @@ public:
 
     // The bytes of a section's level envelope, read inside the note folder.
     StoreResult<QByteArray> readSectionEnvelope(const QUuid& id, int index) const;
+    // A section's audio file opened for reading inside the note folder, for
+    // reading a long file piece by piece. Kind `missing` when it is not there;
+    // a link or anything but a regular file is refused.
+    StoreResult<FileDescriptor> openSectionAudio(const QUuid& id, int index) const;
 
     QString noteDirectory(const QUuid& id) const;
     QString noteFilePath(const QUuid& id) const;

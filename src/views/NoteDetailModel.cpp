@@ -1,13 +1,17 @@
 #include "views/NoteDetailModel.h"
 
+#include "notes/NoteExport.h"
 #include "notes/NoteProcessor.h"
+#include "notes/NoteSummary.h"
 #include "notes/NotesModel.h"
 #include "notes/NotesStore.h"
 #include "notes/SpeakerNameSuggester.h"
 
 #include <QDir>
+#include <QFutureWatcher>
 #include <QRegularExpression>
 #include <QStandardPaths>
+#include <QtConcurrent/QtConcurrentRun>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -40,18 +44,6 @@ QStringList labelsOf(const Note& note) {
 QString nameOf(const Note& note, const QString& label) {
     const QString name = note.displayName(label);
     return name.isEmpty() ? label : name;
-}
-
-// A file name from the title: what a file manager shows, without the
-// characters that would make it a path.
-QString fileStem(const QString& title) {
-    static const QRegularExpression unsafe(u"[/\\\\:*?\"<>|\\x00-\\x1f]+"_s);
-    QString stem = title;
-    stem.replace(unsafe, u" "_s);
-    stem = stem.simplified();
-    if (stem.startsWith(u'.'))
-        stem.remove(0, 1);
-    return stem.isEmpty() ? u"Note"_s : stem.left(80);
 }
 
 } // namespace
@@ -178,27 +170,30 @@ QVariantList NoteDetailModel::speakers() const {
 QVariantMap NoteDetailModel::summary() const {
     if (!note || !note->summary)
         return {};
-    const Json& s = *note->summary;
+    const NoteSummary read = NoteSummary::read(*note->summary);
+    const auto row = [](const QString& text, std::optional<qint64> atMs) {
+        return QVariantMap{{u"text"_s, text},
+                           {u"atMs"_s, atMs ? *atMs : -1},
+                           {u"time"_s, atMs ? clock(*atMs) : QString()}};
+    };
     QVariantList sections;
-    for (const SummaryList& list : summaryLists) {
-        const auto items = s.find(list.key);
-        if (items == s.end() || !items->is_array() || items->empty())
-            continue;
+    for (const NoteSummaryList& list : read.lists()) {
         QVariantList rows;
-        for (const Json& item : *items) {
-            const auto at = field<qint64>(item, "atMs");
-            QString text = fieldOr<QString>(item, "text", {});
-            if (const auto owner = field<QString>(item, "owner"))
-                text += u" ("_s + *owner + u")"_s;
-            rows.append(QVariantMap{{u"text"_s, text},
-                                    {u"atMs"_s, at ? *at : -1},
-                                    {u"time"_s, at ? clock(*at) : QString()}});
-        }
-        sections.append(
-            QVariantMap{{u"heading"_s, QString::fromLatin1(list.heading)}, {u"items"_s, rows}});
+        for (const NoteSummaryItem& item : list.items)
+            rows.append(
+                row(item.owner.isEmpty() ? item.text : item.text + u" ("_s + item.owner + u")"_s,
+                    item.atMs));
+        sections.append(QVariantMap{{u"heading"_s, list.heading}, {u"items"_s, rows}});
     }
-    return {{u"title"_s, fieldOr<QString>(s, "title", {})},
-            {u"overview"_s, fieldOr<QString>(s, "overview", {})},
+    QVariantList topics;
+    for (const NoteSummaryTopic& topic : read.topics)
+        topics.append(
+            row(topic.text.isEmpty() ? topic.title : topic.title + u": "_s + topic.text,
+                topic.momentsMs.isEmpty() ? std::nullopt : std::optional(topic.momentsMs.first())));
+    if (!topics.isEmpty())
+        sections.append(QVariantMap{{u"heading"_s, u"Topics"_s}, {u"items"_s, topics}});
+    return {{u"title"_s, read.title},
+            {u"overview"_s, read.overview},
             {u"sections"_s, sections},
             {u"stale"_s, note->summaryNeedsRefresh}};
 }
@@ -330,13 +325,26 @@ void NoteDetailModel::ask(const QString& question) {
 }
 
 void NoteDetailModel::exportTo(const QString& format, const QString& folder) {
-    if (!note || !exporter)
+    if (!note || !exporter || exporting)
+        return;
+    const auto kind = fromRawValue<NoteExportFormat>(format);
+    if (!kind)
         return;
     const QUrl url(folder);
     const QString directory = url.isLocalFile() ? url.toLocalFile() : folder;
-    const QString path = QDir(directory).filePath(fileStem(note->title) + u"."_s + format);
-    const auto written = exporter(*note, format, path);
-    setStatus(written ? u"Saved to %1."_s.arg(path) : written.error());
+    const QString path = QDir(directory).filePath(NoteExport::fileName(*note, *kind));
+    exporting = true;
+    setStatus(u"Saving %1…"_s.arg(path));
+    // An hour of audio takes seconds to encode: never on the main thread.
+    auto* watcher = new QFutureWatcher<std::expected<void, QString>>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, path] {
+        const auto written = watcher->result();
+        watcher->deleteLater();
+        exporting = false;
+        setStatus(written ? u"Saved to %1."_s.arg(path) : written.error());
+    });
+    watcher->setFuture(QtConcurrent::run([exporter = exporter, snapshot = *note, kind = *kind,
+                                          path] { return exporter(snapshot, kind, path); }));
 }
 
 void NoteDetailModel::transcribeAgain() {

@@ -2,6 +2,7 @@
 
 #include "model/MainThreadChecker.h"
 #include "model/Note.h"
+#include "notes/NoteExport.h"
 
 #include <QObject>
 #include <QPointer>
@@ -44,10 +45,10 @@ class NoteDetailModel : public QObject {
     Q_PROPERTY(QString exportFolder READ exportFolder CONSTANT)
 
 public:
-    // Writes the note in a format ("md", "srt", "vtt", "json", "m4a") to a
-    // file; the sentence says why not.
+    // Writes the note in a format to a file; the sentence says why not. Runs
+    // on a thread of its own.
     using Exporter =
-        std::function<std::expected<void, QString>(const Note&, const QString&, const QString&)>;
+        std::function<std::expected<void, QString>(const Note&, NoteExportFormat, const QString&)>;
 
     NoteDetailModel(NotesStore& store, NoteProcessor& processor, NotesModel& notes,
                     Exporter exporter, QObject* parent = nullptr);
@@ -78,7 +79,8 @@ public:
     Q_INVOKABLE void renameNote(const QString& title);
     Q_INVOKABLE void summarize();
     Q_INVOKABLE void ask(const QString& question);
-    // Saves into `folder` (a local path or file URL) a file named after the note.
+    // Saves into `folder` (a local path or file URL) a file named after the
+    // note; `format` is "md", "srt", "vtt", "json" or "m4a".
     Q_INVOKABLE void exportTo(const QString& format, const QString& folder);
     Q_INVOKABLE void transcribeAgain();
     Q_INVOKABLE void deleteAudio();
@@ -106,6 +108,7 @@ private:
     std::optional<Note> note;
     QString answerText;
     bool askBusy = false;
+    bool exporting = false;
     QString statusText;
 };
 

@@ -47,6 +47,20 @@ check "the note is finished" "ready 2/2 turns" "$(standing "$offline")"
 check "the note says what would summarise it" \
     "To get a summary, sign in to Parlevo or connect your Groq account in Settings." \
     "$(tail -n 1 "$harness_dir/offline.err")"
+# The audio is one file as long as the note, beside the kept sections.
+check "the audio is saved as one file of the note's length" "ok" "$(/usr/bin/python3 - "$notes/$offline" <<'PY'
+import json, subprocess, sys, os
+folder = sys.argv[1]
+note = json.load(open(os.path.join(folder, "note.json")))
+seconds = float(subprocess.run(["ffprobe", "-v", "error", "-show_entries", "format=duration", "-of",
+                                "csv=p=0", os.path.join(folder, "audio.m4a")],
+                               capture_output=True, text=True, check=True).stdout)
+kept = os.path.exists(os.path.join(folder, "part-0.wav"))
+ok = note.get("audioFile") == "audio.m4a" and abs(seconds - note["durationMs"] / 1000) <= 0.1 and kept
+print("ok" if ok else "audio %.3f s for %d ms, file %s, sections kept %s"
+      % (seconds, note["durationMs"], note.get("audioFile"), kept))
+PY
+)"
 # Each turn is told by the voice that was speaking when it started.
 check "turns carry the speaker of their source" "ok" "$(/usr/bin/python3 - "$fixture" "$notes/$offline/note.json" <<'PY'
 import json, sys

@@ -2,6 +2,7 @@
 
 #include "RecordedCall.h"
 #include "SimulatedTranscriber.h"
+#include "notes/NoteSummary.h"
 #include "notes/NotesStore.h"
 #include "support/CoreApplication.h"
 #include "support/TestSupport.h"
@@ -473,24 +474,28 @@ TEST_F(NoteProcessorTest, AudioThatCannotBeReadOrSavedStopsProcessingWithItsSent
               NoteProcessingError::Kind::audioGone);
 }
 
-TEST(NoteSummaryShape, OnlyKnownKeysItemsWithTextAndMomentsInsideTheRecordingAreKept) {
+TEST(NoteSummaryShape, WhatIsStoredReadsBackAndMomentsOutsideTheRecordingAreDropped) {
     const Json summary{
         {"title", "Plan"},
         {"overview", ""},
         {"keyPoints",
          Json::array({Json{{"text", "Late"}, {"atMs", 99'000}},
                       Json{{"text", "Early"}, {"atMs", 10}}, Json{{"atMs", 5}}, "Bare"})},
-        {"actions", Json{{"text", "not a list"}}},
+        {"topics",
+         Json::array({Json{{"title", "Shelves"}, {"moments", Json::array({5, 70'000})}}})},
         {"extra", 1},
     };
     const Json tidy = tidySummary(summary, 60'000);
-    EXPECT_EQ(tidy["title"], "Plan");
-    EXPECT_FALSE(tidy.contains("overview"));
     EXPECT_FALSE(tidy.contains("extra"));
-    EXPECT_EQ(tidy["keyPoints"],
-              Json::array({Json{{"text", "Late"}}, Json{{"text", "Early"}, {"atMs", 10}},
-                           Json{{"text", "Bare"}}}));
-    EXPECT_EQ(tidy["actions"], Json::array());
+    const NoteSummary read = NoteSummary::read(tidy);
+    EXPECT_EQ(read.title, u"Plan"_s);
+    EXPECT_EQ(read.keyPoints, (QList<NoteSummaryItem>{{u"Late"_s, std::nullopt, {}},
+                                                      {u"Early"_s, 10, {}},
+                                                      {u"Bare"_s, std::nullopt, {}}}));
+    ASSERT_EQ(read.topics.size(), 1);
+    EXPECT_EQ(read.topics[0].momentsMs, QList<qint64>{5});
+    // Stored once, it is what it is: tidying again changes nothing.
+    EXPECT_EQ(tidySummary(tidy, 60'000), tidy);
 }
 
 TEST(SectionWords, PhraseTimesAreSharedByTheirWordsAndNoTimesSpreadTheText) {

@@ -6,3 +6,13 @@ if(TARGET parlevo AND TARGET parlevo-sphinx-worker)
                      ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR} ${quendra_offline_wer_bound})
     set_tests_properties(integration.installed_copy PROPERTIES LABELS integration TIMEOUT 600)
 endif()
+
+# What the installation gives the desktop: the entry, metadata, icons (the
+# tray's from the theme, by the panels probe) and the manual page.
+if(TARGET parlevo AND TARGET panels_probe)
+    add_test(NAME integration.installed_files
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/installed_files.sh
+                     ${CMAKE_BINARY_DIR} $<TARGET_FILE:panels_probe>)
+    set_tests_properties(integration.installed_files PROPERTIES LABELS integration TIMEOUT 120)
+endif()
+

@@ -16,3 +16,11 @@ if(TARGET parlevo AND TARGET panels_probe)
     set_tests_properties(integration.installed_files PROPERTIES LABELS integration TIMEOUT 120)
 endif()
 
+# "Start at login" turned on in the installed copy's Settings, and the entry it
+# writes run as a session start-up runs it (tests/harness/app.sh).
+if(TARGET parlevo AND TARGET quendra_platform_linux)
+    add_test(NAME integration.desktop_autostart
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/desktop/autostart.sh ${CMAKE_BINARY_DIR})
+    set_tests_properties(integration.desktop_autostart PROPERTIES
+                         LABELS "integration;desktop" TIMEOUT 300)
+endif()

@@ -16,6 +16,14 @@ if(TARGET parlevo AND TARGET panels_probe)
     set_tests_properties(integration.installed_files PROPERTIES LABELS integration TIMEOUT 120)
 endif()
 
+# scripts/uninstall takes away what scripts/install put there, and only that.
+if(TARGET parlevo)
+    add_test(NAME integration.uninstall
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/uninstall.sh
+                     ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
+    set_tests_properties(integration.uninstall PROPERTIES LABELS integration TIMEOUT 120)
+endif()
+
 # "Start at login" turned on in the installed copy's Settings, and the entry it
 # writes run as a session start-up runs it (tests/harness/app.sh).
 if(TARGET parlevo AND TARGET quendra_platform_linux)

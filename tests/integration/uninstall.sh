@@ -38,6 +38,10 @@ installed=$(wc -l <"$kept")
 while IFS= read -r file; do
     [ -f "$file" ] || fail "$file is listed but not installed"
 done <"$kept"
+# Staged on the way, the installation still names its real place.
+grep -qx "Exec=$prefix/bin/parlevo" "$prefix/share/applications/com.orvane.Parlevo.desktop" ||
+    fail "the menu entry runs $(grep ^Exec= "$prefix/share/applications/com.orvane.Parlevo.desktop")"
+"$prefix/bin/parlevo" --version >/dev/null || fail "the installed program does not run"
 # As if an earlier version had installed a file this one does not have.
 echo old >"$prefix/share/parlevo/retired.js"
 echo "$prefix/share/parlevo/retired.js" >>"$kept"

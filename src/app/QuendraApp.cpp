@@ -134,7 +134,7 @@ bool QuendraApp::start() {
     engine->load(QUrl(u"qrc:/ui/Main.qml"_s));
     if (engine->rootObjects().isEmpty())
         return false;
-    QApplication::setWindowIcon(statusIcon(StatusIcon::ready));
+    QApplication::setWindowIcon(applicationIcon());
 
     tray = std::make_unique<StatusTray>(*model);
     connect(tray.get(), &StatusTray::openRequested, this, [this] { showMainWindow(); });

@@ -62,7 +62,10 @@ bool Invocation::parse(const CommandHelp& usage, int positionals, const QStringL
     if (help)
         return true;
     if (positional.size() != positionals) {
-        const QString words = usage.usage.section(u' ', 2);
+        // What the usage line names after the command itself.
+        const QString words = usage.usage.startsWith(command + u' ')
+                                  ? usage.usage.mid(command.size() + 1)
+                                  : QString();
         usageError(positional.size() < positionals
                        ? u"it needs %1"_s.arg(words.isEmpty() ? u"more arguments"_s : words)
                        : u"it takes %1 argument%2, not %3"_s.arg(positionals)

@@ -41,7 +41,7 @@ QString roleText(const std::optional<AccessibleRole>& role) {
 
 int runTargetCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
                      QTextStream& err) {
-    const CommandHelp help{u"parlevo target --watch [--seconds N]"_s,
+    const CommandHelp help{u"target --watch [--seconds N]"_s,
                            u"Prints each change of the application and field that dictation\n"
                            "would write into, as it happens."_s};
     Invocation invocation(app, u"target"_s, arguments, out, err);
@@ -91,7 +91,7 @@ int runTargetCommand(AppContext& app, const QStringList& arguments, QTextStream&
 
 int runInsertCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
                      QTextStream& err) {
-    const CommandHelp help{u"parlevo insert TEXT [--delay SECONDS] [--hold SECONDS] "
+    const CommandHelp help{u"insert TEXT [--delay SECONDS] [--hold SECONDS] "
                            "[--keep-clipboard SECONDS]"_s,
                            u"Waits, remembers the focused field and writes TEXT into it the way\n"
                            "a dictation does, printing the result and the diagnostics. --hold\n"

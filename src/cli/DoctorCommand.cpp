@@ -91,7 +91,7 @@ QList<DoctorCheck> doctorChecks() {
 
 int runDoctorCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
                      QTextStream& err) {
-    const CommandHelp help{u"parlevo doctor [--enable-accessibility]"_s,
+    const CommandHelp help{u"doctor [--enable-accessibility]"_s,
                            u"Checks what dictation needs from this computer and says what to "
                            "fix.\n--enable-accessibility first turns accessibility on for "
                            "applications started from now on."_s};

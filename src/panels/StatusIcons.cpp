@@ -1,5 +1,7 @@
 #include "StatusIcons.h"
 
+#include "model/ApplicationId.h"
+
 #include <QPainter>
 #include <QPainterPath>
 #include <QPixmap>
@@ -80,14 +82,32 @@ StatusIcon statusIconFor(const DictationPhase& phase, bool setupProblem) {
     return setupProblem ? StatusIcon::attention : StatusIcon::ready;
 }
 
+QString statusIconName(StatusIcon kind) {
+    switch (kind) {
+    case StatusIcon::listening:
+        return QStringLiteral(QUENDRA_APPLICATION_ID "-listening-symbolic");
+    case StatusIcon::transcribing:
+        return QStringLiteral(QUENDRA_APPLICATION_ID "-transcribing-symbolic");
+    case StatusIcon::attention:
+        return QStringLiteral(QUENDRA_APPLICATION_ID "-attention-symbolic");
+    case StatusIcon::ready:
+        break;
+    }
+    return QStringLiteral(QUENDRA_APPLICATION_ID "-symbolic");
+}
+
 QIcon statusIcon(StatusIcon kind) {
-    QIcon made;
+    QIcon drawn;
     for (int size : {16, 22, 24, 32, 48, 64}) {
         QPixmap pixmap = microphone(QColor(0x2b, 0x6c, 0xb0), size);
         badge(pixmap, kind);
-        made.addPixmap(pixmap);
+        drawn.addPixmap(pixmap);
     }
-    return made;
+    return QIcon::fromTheme(statusIconName(kind), drawn);
+}
+
+QIcon applicationIcon() {
+    return QIcon::fromTheme(QStringLiteral(QUENDRA_APPLICATION_ID), statusIcon(StatusIcon::ready));
 }
 
 } // namespace quendra

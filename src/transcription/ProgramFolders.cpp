@@ -13,19 +13,27 @@ bool insideBuildTree(const QString& folder) {
     return !tree.isEmpty() && (folder == tree || folder.startsWith(tree + u'/'));
 }
 
+// The installed folder at `fromProgram` (relative to the program's folder);
+// a program of the build tree, which has none, uses `inBuildTree` instead.
+QString installedFolder(const QString& fromProgram, const QString& inBuildTree) {
+    const QString program = QCoreApplication::applicationDirPath();
+    const QString installed = QDir::cleanPath(QDir(program).filePath(fromProgram));
+    if (QFileInfo(installed).isDir() || !insideBuildTree(program))
+        return installed;
+    return inBuildTree;
+}
+
 } // namespace
 
 QString ProgramFolders::resources() {
-    const QString program = QCoreApplication::applicationDirPath();
-    const QString installed =
-        QDir::cleanPath(QDir(program).filePath(QStringLiteral(QUENDRA_DATA_FROM_PROGRAM)));
-    if (QFileInfo(installed).isDir() || !insideBuildTree(program))
-        return installed;
-    return QStringLiteral(QUENDRA_SOURCE_RESOURCES);
+    return installedFolder(QStringLiteral(QUENDRA_DATA_FROM_PROGRAM),
+                           QStringLiteral(QUENDRA_SOURCE_RESOURCES));
 }
 
 QString ProgramFolders::helper(const QString& name) {
-    return QDir(QCoreApplication::applicationDirPath()).filePath(name);
+    return QDir(installedFolder(QStringLiteral(QUENDRA_HELPERS_FROM_PROGRAM),
+                                QCoreApplication::applicationDirPath()))
+        .filePath(name);
 }
 
 } // namespace quendra

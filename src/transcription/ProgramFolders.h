@@ -13,7 +13,8 @@ public:
     // The data folder (share/parlevo, as installed relative to the program
     // folder), or the source tree's resources/ for a program of the build tree.
     static QString resources();
-    // A helper program installed beside parlevo (and built beside it).
+    // A helper program: installed in libexec/parlevo (relative to the program
+    // folder, as the data folder is), built beside parlevo.
     static QString helper(const QString& name);
 };
 

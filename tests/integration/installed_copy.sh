@@ -22,7 +22,7 @@ fail() {
 prefix="$harness_dir/prefix"
 cmake --install "$build" --prefix "$prefix" >"$harness_dir/install.log" ||
     fail "install failed: $(cat "$harness_dir/install.log")"
-for file in bin/parlevo bin/parlevo-sphinx-worker share/parlevo/dictation-intelligence.js \
+for file in bin/parlevo libexec/parlevo/parlevo-sphinx-worker share/parlevo/dictation-intelligence.js \
     share/parlevo/dictation-prompts.js share/parlevo/qwen-worker.py; do
     [ -f "$prefix/$file" ] || fail "$file was not installed"
 done

@@ -186,18 +186,23 @@ void answerWhenDrawn(const QString& command) {
 int main(int argc, char** argv) {
     QGuiApplication app(argc, argv);
     if (app.arguments().value(1) == u"--icons"_s) {
-        // The status icons at the tray's largest size, for review.
+        // The status icons at the tray's largest size, for review; each one
+        // the icon theme provides is named on standard output.
         const QString folder = app.arguments().value(2);
         const std::pair<StatusIcon, QString> icons[] = {
             {StatusIcon::ready, u"ready"_s},
             {StatusIcon::listening, u"listening"_s},
             {StatusIcon::transcribing, u"transcribing"_s},
             {StatusIcon::attention, u"attention"_s}};
-        for (const auto& [kind, name] : icons)
-            if (!statusIcon(kind).pixmap(64).save(folder + u"/tray-"_s + name + u".png"_s)) {
+        for (const auto& [kind, name] : icons) {
+            const QIcon icon = statusIcon(kind);
+            if (!icon.pixmap(64).save(folder + u"/tray-"_s + name + u".png"_s)) {
                 say(u"could not write "_s + folder + u"/tray-"_s + name + u".png"_s);
                 return 1;
             }
+            if (!icon.name().isEmpty())
+                say(name + u' ' + icon.name());
+        }
         return 0;
     }
     auto services = DesktopServices::connect();

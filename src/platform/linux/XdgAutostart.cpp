@@ -49,9 +49,12 @@ private:
     }
 
     QByteArray entry() const {
-        // Quoted as the desktop entry rules want, so a path with spaces runs.
+        // Quoted as the desktop entry rules want, so that any path runs: \ " ` $
+        // escaped inside the quotes, then every \ again as in any value; % doubled.
         QString quoted = executable;
-        quoted.replace(u"\\"_s, u"\\\\\\\\"_s).replace(u"\""_s, u"\\\\\""_s);
+        quoted.replace(u"%"_s, u"%%"_s).replace(u"\\"_s, u"\\\\\\\\"_s);
+        for (const QString& reserved : {u"\""_s, u"`"_s, u"$"_s})
+            quoted.replace(reserved, u"\\\\"_s + reserved);
         return QStringLiteral("[Desktop Entry]\n"
                               "Type=Application\n"
                               "Name=Parlevo\n"

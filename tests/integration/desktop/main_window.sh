@@ -127,7 +127,7 @@ harness_wait 10 test ! -e "$autostart" || fail "turning start at login off left 
 # --- History: a failed dictation retried ------------------------------------------
 # A broken installation (the offline worker gone) fails the dictation and
 # keeps its audio; with the worker back, Retry in History finishes it.
-worker="$app_prefix/bin/parlevo-sphinx-worker"
+worker="$app_prefix/libexec/parlevo/parlevo-sphinx-worker"
 mv "$worker" "$worker.away"
 app_cli dictation toggle >/dev/null
 harness_wait 10 app_recording || fail "the command did not start a dictation"

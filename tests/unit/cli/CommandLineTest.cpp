@@ -92,6 +92,16 @@ TEST_F(CommandLineTest, helpIsAvailableEverywhere) {
     EXPECT_TRUE(run({u"words"_s, u"add"_s, u"--help"_s}).out.contains(u"--form TEXT"_s));
     EXPECT_TRUE(run({u"--help"_s}).out.contains(u"parlevo finish"_s));
     EXPECT_TRUE(run({u"finish"_s, u"--help"_s}).out.contains(u"--reply-assist"_s));
+    // Each command's usage names it once, after the program; a missing
+    // argument is named from it.
+    for (const QString& command :
+         {u"doctor"_s, u"target"_s, u"insert"_s, u"record"_s, u"transcribe"_s, u"finish"_s}) {
+        const Outcome r = run({command, u"--help"_s});
+        EXPECT_TRUE(r.out.startsWith(u"Usage: parlevo "_s + command + u' ')) << r.out.toStdString();
+    }
+    EXPECT_TRUE(run({u"record"_s}).err.contains(u"needs OUT.wav"_s));
+    EXPECT_TRUE(run({u"insert"_s}).err.contains(u"needs TEXT"_s));
+    EXPECT_TRUE(run({u"words"_s, u"add"_s}).err.contains(u"needs SPELLING"_s));
     EXPECT_TRUE(wantsCommandLine({u"parlevo"_s, u"words"_s}));
     EXPECT_FALSE(wantsCommandLine({u"parlevo"_s}));
     EXPECT_FALSE(wantsCommandLine({u"parlevo"_s, u"--qa-quit-after-launch"_s}));

@@ -12,3 +12,13 @@ if(TARGET parlevo AND TARGET parlevo-sphinx-worker AND TARGET quendra_platform_l
         endif()
     endforeach()
 endif()
+
+# A call recorded, processed, asked about and resumed after a kill, on the
+# installed application with the hosted stand-in.
+if(TARGET parlevo AND TARGET parlevo-sphinx-worker AND TARGET quendra_platform_linux)
+    add_test(NAME integration.desktop_notes_call
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/desktop/notes_call.sh
+                     ${CMAKE_BINARY_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/fixtures/hosted_standin.py)
+    set_tests_properties(integration.desktop_notes_call PROPERTIES
+                         LABELS "integration;desktop;notes" TIMEOUT 900 RUN_SERIAL ON)
+endif()

@@ -15,6 +15,7 @@
 #include "notes/NotesStore.h"
 #include "panels/QuickPanels.h"
 #include "panels/StatusIcons.h"
+#include "platform/AudioSource.h"
 #include "platform/InstanceBus.h"
 #include "platform/LoginItem.h"
 #include "platform/UrlOpener.h"
@@ -295,7 +296,11 @@ void QuendraApp::buildViews() {
     notes = std::make_unique<NotesModel>(
         *note, context.noteRecorder(), context.noteProcessor(),
         NotesModel::Options{
-            .callHint = {},
+            .callHint =
+                [this] {
+                    const AudioActivity activity = context.audioSources().activity();
+                    return CallHint::from(activity.playing, activity.microphoneInUse);
+                },
             .language = [&store] { return rawValue(store.dictationLanguage()).toString(); },
             .now = {},
         });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <expected>
 #include <functional>
@@ -44,6 +45,14 @@ struct MicrophoneOptions {
     std::optional<QString> device{};
 };
 
+// Which other programs use the sound server now, for the call hint.
+struct AudioActivity {
+    // Desktop ids, binaries or names of the programs playing sound.
+    QStringList playing;
+    // Another program records from a microphone (not from the speakers).
+    bool microphoneInUse = false;
+};
+
 // Makes the capture sources of the running desktop.
 //
 // Thread contract: owner's thread only.
@@ -54,6 +63,8 @@ public:
     virtual std::unique_ptr<AudioSource> microphone(const MicrophoneOptions& options) = 0;
     // What the computer plays (the other side of a call).
     virtual std::unique_ptr<AudioSource> computerAudio() = 0;
+    // Nothing where the sound server cannot say.
+    virtual AudioActivity activity() { return {}; }
 
     // The sound server of this session (defined by the platform folder).
     static std::unique_ptr<AudioSourceFactory> create();

@@ -9,7 +9,17 @@ Pane {
     implicitWidth: 640
     implicitHeight: 480
     Accessible.name: "Notes"
-    Component.onCompleted: notesList.refresh()
+    Component.onCompleted: {
+        notesList.refresh()
+        notes.refreshCallHint()
+    }
+    // A call that starts while the section is open is noticed.
+    Timer {
+        interval: 5000
+        repeat: true
+        running: page.visible && !notes.recording
+        onTriggered: notes.refreshCallHint()
+    }
     property bool showingNote: false
 
     function openNote(id) {

@@ -1,5 +1,7 @@
 #include "platform/linux/PulseAudioConnection.h"
 
+#include <algorithm>
+
 #include "model/ApplicationId.h"
 
 #include <vector>
@@ -127,6 +129,86 @@ std::vector<PulseAudioConnection::SourceDetails> PulseAudioConnection::sources()
             auto* q = static_cast<Query*>(data);
             if (eol == 0 && info)
                 q->list.push_back(details(info));
+            if (eol != 0)
+                pa_threaded_mainloop_signal(q->c->loop, 0);
+        },
+        &query));
+    return query.list;
+}
+
+namespace {
+
+PulseAudioConnection::StreamDetails stream(const pa_proplist* properties) {
+    PulseAudioConnection::StreamDetails out;
+    for (const char* key :
+         {PA_PROP_APPLICATION_ID, PA_PROP_APPLICATION_PROCESS_BINARY, PA_PROP_APPLICATION_NAME}) {
+        const char* value = pa_proplist_gets(properties, key);
+        if (value && *value) {
+            out.application = QString::fromUtf8(value);
+            break;
+        }
+    }
+    if (const char* pid = pa_proplist_gets(properties, PA_PROP_APPLICATION_PROCESS_ID))
+        out.processId = QByteArray(pid).toLongLong();
+    return out;
+}
+
+} // namespace
+
+std::vector<PulseAudioConnection::StreamDetails> PulseAudioConnection::playbackStreams() {
+    struct Query {
+        PulseAudioConnection* c;
+        std::vector<StreamDetails> list;
+    } query{this, {}};
+    Lock guard(loop);
+    wait(pa_context_get_sink_input_info_list(
+        ctx,
+        [](pa_context*, const pa_sink_input_info* info, int eol, void* data) {
+            auto* q = static_cast<Query*>(data);
+            if (eol == 0 && info)
+                q->list.push_back(stream(info->proplist));
+            if (eol != 0)
+                pa_threaded_mainloop_signal(q->c->loop, 0);
+        },
+        &query));
+    return query.list;
+}
+
+std::vector<PulseAudioConnection::StreamDetails> PulseAudioConnection::recordingStreams() {
+    std::vector<std::uint32_t> monitors;
+    {
+        struct Query {
+            PulseAudioConnection* c;
+            std::vector<std::uint32_t>& monitors;
+        } query{this, monitors};
+        Lock guard(loop);
+        wait(pa_context_get_source_info_list(
+            ctx,
+            [](pa_context*, const pa_source_info* info, int eol, void* data) {
+                auto* q = static_cast<Query*>(data);
+                if (eol == 0 && info && info->monitor_of_sink != PA_INVALID_INDEX)
+                    q->monitors.push_back(info->index);
+                if (eol != 0)
+                    pa_threaded_mainloop_signal(q->c->loop, 0);
+            },
+            &query));
+    }
+    struct Query {
+        PulseAudioConnection* c;
+        const std::vector<std::uint32_t>& monitors;
+        std::vector<StreamDetails> list;
+    } query{this, monitors, {}};
+    Lock guard(loop);
+    wait(pa_context_get_source_output_info_list(
+        ctx,
+        [](pa_context*, const pa_source_output_info* info, int eol, void* data) {
+            auto* q = static_cast<Query*>(data);
+            if (eol == 0 && info) {
+                StreamDetails details = stream(info->proplist);
+                details.fromMonitor = std::find(q->monitors.begin(), q->monitors.end(),
+                                                info->source) != q->monitors.end();
+                q->list.push_back(details);
+            }
             if (eol != 0)
                 pa_threaded_mainloop_signal(q->c->loop, 0);
         },

@@ -54,11 +54,22 @@ public:
     bool inLoopThread() const { return pa_threaded_mainloop_in_thread(loop) != 0; }
     QString lastError() const;
 
+    // A stream another program plays or records.
+    struct StreamDetails {
+        // Its desktop id, binary or name, the first the program gave.
+        QString application;
+        qint64 processId = 0;
+        // A recording of a monitor, which hears the speakers, not a microphone.
+        bool fromMonitor = false;
+    };
+
     // Blocking queries for the owner's thread (the loop must not be locked).
     std::optional<ServerNames> serverNames();
     std::optional<SourceDetails> source(const QString& name);
     std::optional<QString> monitorOfSink(const QString& sinkName);
     std::vector<SourceDetails> sources();
+    std::vector<StreamDetails> playbackStreams();
+    std::vector<StreamDetails> recordingStreams();
 
     // Called on the loop's thread when the context fails (server gone).
     std::function<void()> onContextFailed;

@@ -3,6 +3,7 @@
 
 #include "platform/MicrophonePermission.h"
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 
 #include <atomic>
@@ -22,6 +23,21 @@ public:
     std::unique_ptr<AudioSource> computerAudio() override {
         return std::make_unique<PulseAudioSource>(PulseAudioSource::Kind::computerAudio,
                                                   MicrophoneOptions{}, voiceProcessingRefused);
+    }
+    AudioActivity activity() override {
+        auto opened = PulseAudioConnection::open(u"Parlevo call hint"_s);
+        if (!opened)
+            return {};
+        const qint64 self = QCoreApplication::applicationPid();
+        AudioActivity out;
+        for (const auto& stream : (*opened)->playbackStreams())
+            if (stream.processId != self && !stream.application.isEmpty() &&
+                !out.playing.contains(stream.application))
+                out.playing << stream.application;
+        for (const auto& stream : (*opened)->recordingStreams())
+            if (stream.processId != self && !stream.fromMonitor)
+                out.microphoneInUse = true;
+        return out;
     }
 
 private:

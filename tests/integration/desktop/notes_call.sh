@@ -69,8 +69,14 @@ xdotool windowactivate --sync "$window" 2>/dev/null || true
 shot() { import -window "$window" "$output/$1.png" || fail "no screenshot of $1"; }
 
 # --- A call: the two readers take turns -------------------------------------------
+# A call application playing sound is noticed.
+sox -n -r 48000 -c 2 "$harness_dir/quiet.wav" trim 0 12
+paplay -d speaker --property=application.id=us.zoom.Zoom "$harness_dir/quiet.wav" &
+caller=$!
 ui press "page tab" "Notes" || fail "no Notes section"
 shows label "Notes"
+ui wait label "A call in Zoom seems to be running." 12 || fail "the call in Zoom was not noticed"
+kill "$caller" 2>/dev/null || true
 ui press "push button" "Record call"
 shows "push button" "Stop recording"
 shows panel "Recording a call"

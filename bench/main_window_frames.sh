@@ -70,10 +70,10 @@ window wait "$pid" "list item" "" 60 --contains --within list Notes
 filter_as_you_type "Search notes" contract "Notes ($notes), filter" 50
 
 window press "$pid" "page tab" History
-window wait "$pid" frame "" 30 --contains --within list Dictations
+window wait "$pid" "list item" "" 30 --contains --within list Dictations
 read -r x y < <(window centre "$pid" list Dictations)
-# Its entries show as frames. The end of the list is reached when a few more turns change no entry shown.
-shown() { window names "$pid" frame --within list Dictations | md5sum; }
+# Its entries show as list items. The end of the list is reached when a few more turns change no entry shown.
+shown() { window names "$pid" "list item" --within list Dictations | md5sum; }
 settle
 turns=0
 before="$(shown)"

@@ -262,15 +262,7 @@ int process(Invocation& in) {
     QObject::connect(
         &processor, &NoteProcessor::progress, &processor,
         [&in, last = QString()](const QUuid&, const QString& stage, int done, int total) mutable {
-            QString line;
-            if (stage == NoteProcessor::Stage::transcribing)
-                line = u"%1 of %2 sections transcribed."_s.arg(done).arg(total);
-            else if (stage == NoteProcessor::Stage::assembling)
-                line = u"Telling the speakers apart."_s;
-            else if (stage == NoteProcessor::Stage::exporting)
-                line = u"Saving the audio as one file."_s;
-            else
-                line = u"Writing the summary."_s;
+            const QString line = NoteProcessor::stageText(stage, done, total) + u"."_s;
             if (line != std::exchange(last, line))
                 in.err << line << Qt::endl;
         });

@@ -130,6 +130,18 @@ NoteProcessor::Outcome NoteProcessor::fail(const QUuid& id, NoteProcessingError 
     return std::unexpected(error);
 }
 
+QString NoteProcessor::stageText(const QString& stage, int done, int total) {
+    if (stage == Stage::transcribing)
+        return u"Transcribing %1 of %2"_s.arg(done).arg(total);
+    if (stage == Stage::assembling)
+        return u"Telling the speakers apart"_s;
+    if (stage == Stage::exporting)
+        return u"Saving the audio"_s;
+    if (stage == Stage::summarizing)
+        return u"Writing the summary"_s;
+    return {};
+}
+
 QList<SummaryPassage> NoteProcessor::passages(const Note& note) {
     QList<SummaryPassage> out;
     for (const NoteTurn& turn : note.turns) {

@@ -48,6 +48,8 @@ public:
         static inline const QString summarizing = QStringLiteral("summarizing");
     };
     static inline const QString audioFileName = QStringLiteral("audio.m4a");
+    // What a stage is doing, in words ("Transcribing 3 of 12").
+    static QString stageText(const QString& stage, int done, int total);
 
     NoteProcessor(NotesStore& store, Setup setup, QObject* parent = nullptr);
     ~NoteProcessor() override;

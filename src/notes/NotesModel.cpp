@@ -9,19 +9,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
-namespace {
-
-QString clockText(qint64 ms) {
-    const qint64 s = std::max<qint64>(0, ms) / 1000;
-    if (s >= 3600)
-        return u"%1:%2:%3"_s.arg(s / 3600)
-            .arg(s / 60 % 60, 2, 10, QChar(u'0'))
-            .arg(s % 60, 2, 10, QChar(u'0'));
-    return u"%1:%2"_s.arg(s / 60).arg(s % 60, 2, 10, QChar(u'0'));
-}
-
-} // namespace
-
 NotesModel::NotesModel(NoteSession& session, NoteRecorder& recorder, NoteProcessor& processor,
                        Options options, QObject* parent)
     : QObject(parent)
@@ -45,16 +32,7 @@ NotesModel::NotesModel(NoteSession& session, NoteRecorder& recorder, NoteProcess
     });
     connect(&processor, &NoteProcessor::progress, this,
             [this](const QUuid& id, const QString& stage, int done, int total) {
-                QString text;
-                if (stage == NoteProcessor::Stage::transcribing)
-                    text = u"Transcribing %1 of %2"_s.arg(done).arg(total);
-                else if (stage == NoteProcessor::Stage::assembling)
-                    text = u"Telling the speakers apart"_s;
-                else if (stage == NoteProcessor::Stage::exporting)
-                    text = u"Saving the audio"_s;
-                else if (stage == NoteProcessor::Stage::summarizing)
-                    text = u"Writing the summary"_s;
-                progress.insert(id, text);
+                progress.insert(id, NoteProcessor::stageText(stage, done, total));
                 Q_EMIT processingChanged(uuidText(id));
             });
     connect(&processor, &NoteProcessor::changed, this,

@@ -6,6 +6,7 @@
 #include "notes/NotesModel.h"
 #include "notes/NotesStore.h"
 #include "notes/SpeakerNameSuggester.h"
+#include "views/NotesListModel.h"
 
 #include <QDir>
 #include <QFutureWatcher>
@@ -62,12 +63,7 @@ NoteDetailModel::NoteDetailModel(NotesStore& store, NoteProcessor& processor, No
 }
 
 QString NoteDetailModel::clock(qint64 ms) {
-    const qint64 s = std::max<qint64>(0, ms) / 1000;
-    if (s >= 3600)
-        return u"%1:%2:%3"_s.arg(s / 3600)
-            .arg(s / 60 % 60, 2, 10, QChar(u'0'))
-            .arg(s % 60, 2, 10, QChar(u'0'));
-    return u"%1:%2"_s.arg(s / 60).arg(s % 60, 2, 10, QChar(u'0'));
+    return clockText(ms);
 }
 
 QString NoteDetailModel::exportFolder() {
@@ -92,19 +88,7 @@ QString NoteDetailModel::stateText() const {
         return {};
     if (const QString progress = notes.progressText(noteId()); !progress.isEmpty())
         return progress;
-    switch (note->state) {
-    case NoteState::recording:
-        return u"Recording"_s;
-    case NoteState::finishing:
-        return u"Waiting to be processed"_s;
-    case NoteState::ready:
-        return u"Done"_s;
-    case NoteState::retry:
-        return u"Failed"_s;
-    case NoteState::interrupted:
-        return u"Interrupted"_s;
-    }
-    return {};
+    return NotesListModel::stateName(note->state);
 }
 
 QUrl NoteDetailModel::audioUrl() const {

@@ -9,9 +9,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
-namespace {
-
-QString stateName(NoteState state) {
+QString NotesListModel::stateName(NoteState state) {
     switch (state) {
     case NoteState::recording:
         return u"Recording"_s;
@@ -26,8 +24,6 @@ QString stateName(NoteState state) {
     }
     return {};
 }
-
-} // namespace
 
 NotesListModel::NotesListModel(NotesStore& store, QObject* parent)
     : FilteredListModel(parent)

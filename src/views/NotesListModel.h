@@ -42,6 +42,8 @@ public:
     QString problem() const { return problemText; }
 
     Q_INVOKABLE void refresh();
+    // "Recording", "Processing", "Done", "Failed" or "Interrupted".
+    static QString stateName(NoteState state);
 
 Q_SIGNALS:
     void loadingChanged();

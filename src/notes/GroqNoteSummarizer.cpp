@@ -44,16 +44,18 @@ QString GroqNoteSummarizer::transcriptLines(const QList<SummaryPassage>& passage
     return out;
 }
 
+// Every value an await takes is made before it: GCC 12 destroys the
+// temporaries of an await expression twice.
 QCoro::Task<SummaryResult> GroqNoteSummarizer::summarize(QList<SummaryPassage> passages,
                                                          Cancellation cancel) {
-    co_return co_await complete(summaryInstructions, transcriptLines(passages), cancel);
+    const QString transcript = transcriptLines(passages);
+    co_return co_await complete(summaryInstructions, transcript, cancel);
 }
 
 QCoro::Task<SummaryResult> GroqNoteSummarizer::ask(QString question, QList<SummaryPassage> passages,
                                                    Cancellation cancel) {
-    co_return co_await complete(
-        answerInstructions, transcriptLines(passages) + u"\nQuestion: "_s + question.simplified(),
-        cancel);
+    const QString content = transcriptLines(passages) + u"\nQuestion: "_s + question.simplified();
+    co_return co_await complete(answerInstructions, content, cancel);
 }
 
 QCoro::Task<SummaryResult> GroqNoteSummarizer::complete(QString instructions, QString content,
@@ -66,8 +68,9 @@ QCoro::Task<SummaryResult> GroqNoteSummarizer::complete(QString instructions, QS
         Json{{"role", "user"}, {"content", content.toStdString()}},
     });
     const std::shared_ptr<GroqEngine> held = groq;
-    auto reply = co_await held->chat(messages, replyTokens, timeoutSec, *key,
-                                     cancel ? cancel : std::make_shared<CancellationFlag>(), true);
+    const Cancellation flag = cancel ? cancel : std::make_shared<CancellationFlag>();
+    const QString usedKey = *key;
+    auto reply = co_await held->chat(messages, replyTokens, timeoutSec, usedKey, flag, true);
     if (!reply)
         co_return std::unexpected(
             SummaryError{reply.error().message(),

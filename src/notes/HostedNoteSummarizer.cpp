@@ -30,12 +30,15 @@ HostedNoteSummarizer::HostedNoteSummarizer(HostedClient& client)
 
 QCoro::Task<SummaryResult> HostedNoteSummarizer::summarize(QList<SummaryPassage> passages,
                                                            Cancellation cancel) {
-    co_return outcome(co_await client.summarize(parts(passages), cancel));
+    // Made before the await: GCC 12 destroys an await's temporaries twice.
+    QList<HostedSummaryPart> sent = parts(passages);
+    co_return outcome(co_await client.summarize(std::move(sent), cancel));
 }
 
 QCoro::Task<SummaryResult>
 HostedNoteSummarizer::ask(QString question, QList<SummaryPassage> passages, Cancellation cancel) {
-    co_return outcome(co_await client.ask(question, parts(passages), cancel));
+    QList<HostedSummaryPart> sent = parts(passages);
+    co_return outcome(co_await client.ask(question, std::move(sent), cancel));
 }
 
 } // namespace quendra

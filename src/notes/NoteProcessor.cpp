@@ -568,7 +568,9 @@ QCoro::Task<NoteProcessor::JsonOutcome> NoteProcessor::ask(QUuid id, QString que
             "Settings."_s});
     const auto held = job(id);
     QPointer<NoteProcessor> self(this);
-    const auto reply = co_await summarizer->ask(question.trimmed(), parts, held->cancel);
+    // Made before the await: GCC 12 destroys an await's temporaries twice.
+    const QString asked = question.trimmed();
+    const auto reply = co_await summarizer->ask(asked, parts, held->cancel);
     if (self)
         release(id, held);
     if (!reply)

@@ -1,6 +1,7 @@
 #include "CommandSupport.h"
 #include "Interruption.h"
 
+#include "model/DisplayText.h"
 #include "notes/NoteAssembly.h"
 #include "notes/NoteExport.h"
 #include "notes/NoteProcessor.h"
@@ -18,10 +19,7 @@ namespace quendra {
 namespace {
 
 QString clock(qint64 ms) {
-    const qint64 s = std::max<qint64>(0, ms) / 1000;
-    return u"%1:%2:%3"_s.arg(s / 3600, 2, 10, QChar(u'0'))
-        .arg(s / 60 % 60, 2, 10, QChar(u'0'))
-        .arg(s % 60, 2, 10, QChar(u'0'));
+    return DisplayText::timestamp(ms);
 }
 
 // Resolves the ID argument to a stored note, or prints why it cannot. A note

@@ -30,4 +30,11 @@ QString clock(qint64 milliseconds) {
     return u"%1:%2"_s.arg(m).arg(s, 2, 10, QLatin1Char('0'));
 }
 
+QString timestamp(qint64 milliseconds) {
+    const qint64 seconds = std::max<qint64>(0, milliseconds) / 1000;
+    return u"%1:%2:%3"_s.arg(seconds / 3600, 2, 10, QLatin1Char('0'))
+        .arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'))
+        .arg(seconds % 60, 2, 10, QLatin1Char('0'));
+}
+
 } // namespace quendra::DisplayText

@@ -9,5 +9,8 @@ namespace quendra::DisplayText {
 QString moment(const QDateTime& when, const QDateTime& now = QDateTime::currentDateTime());
 // "0:07", "12:30", "1:02:03".
 QString clock(qint64 milliseconds);
+// "00:00:07", "01:02:03", "27:03:04": fixed width, as transcripts and
+// subtitles print moments; hours keep counting past 99.
+QString timestamp(qint64 milliseconds);
 
 } // namespace quendra::DisplayText

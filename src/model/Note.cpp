@@ -492,14 +492,4 @@ QByteArray encodeNote(const Note& note) {
     return jsonBytes(Json(note), 2);
 }
 
-QString clockText(qint64 ms) {
-    const qint64 s = std::max<qint64>(0, ms) / 1000;
-    if (s >= 3600)
-        return QStringLiteral("%1:%2:%3")
-            .arg(s / 3600)
-            .arg(s / 60 % 60, 2, 10, QChar(u'0'))
-            .arg(s % 60, 2, 10, QChar(u'0'));
-    return QStringLiteral("%1:%2").arg(s / 60).arg(s % 60, 2, 10, QChar(u'0'));
-}
-
 } // namespace quendra

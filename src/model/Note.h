@@ -126,9 +126,6 @@ struct Note {
     friend bool operator==(const Note&, const Note&) = default;
 };
 
-// A moment or a length as a person reads it: "2:03", or "1:02:03" past an hour.
-QString clockText(qint64 ms);
-
 // The readable name of a call application identifier ("us.zoom.xos",
 // "web:meet.google.com", ...); unknown identifiers are shortened, not hidden.
 QString callAppName(const QString& sourceApp);

@@ -3,6 +3,7 @@
 #include "NoteSummary.h"
 #include "NotesStore.h"
 #include "TranscriptAssembler.h"
+#include "model/DisplayText.h"
 #include "model/DurableFile.h"
 
 #include <algorithm>
@@ -14,14 +15,8 @@ namespace quendra {
 
 namespace {
 
-QString twoDigits(qint64 value) {
-    return u"%1"_s.arg(value, 2, 10, QChar(u'0'));
-}
-
-// "01:02:03"; hours keep counting past 99.
 QString clock(qint64 ms) {
-    const qint64 s = std::max<qint64>(0, ms) / 1000;
-    return twoDigits(s / 3600) + u':' + twoDigits(s / 60 % 60) + u':' + twoDigits(s % 60);
+    return DisplayText::timestamp(ms);
 }
 
 // "27:03:04,005" in SRT, "27:03:04.005" in WebVTT.

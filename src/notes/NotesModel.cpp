@@ -1,5 +1,7 @@
 #include "notes/NotesModel.h"
 
+#include "model/DisplayText.h"
+
 #include "notes/NoteProcessor.h"
 #include "notes/NoteSession.h"
 
@@ -57,7 +59,7 @@ QString NotesModel::currentNoteId() const {
 }
 
 QString NotesModel::elapsedText() const {
-    return session.isRecording() ? clockText(now() - startedAt) : QString();
+    return session.isRecording() ? DisplayText::clock(now() - startedAt) : QString();
 }
 
 qint64 NotesModel::now() const {

@@ -1,5 +1,6 @@
 #include "views/NoteDetailModel.h"
 
+#include "model/DisplayText.h"
 #include "notes/NoteExport.h"
 #include "notes/NoteProcessor.h"
 #include "notes/NoteSummary.h"
@@ -63,7 +64,7 @@ NoteDetailModel::NoteDetailModel(NotesStore& store, NoteProcessor& processor, No
 }
 
 QString NoteDetailModel::clock(qint64 ms) {
-    return clockText(ms);
+    return DisplayText::clock(ms);
 }
 
 QString NoteDetailModel::exportFolder() {

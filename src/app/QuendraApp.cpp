@@ -312,7 +312,10 @@ void QuendraApp::buildViews() {
     notesRefresh->setSingleShot(true);
     notesRefresh->setInterval(300);
     connect(notesRefresh, &QTimer::timeout, notesList.get(), &NotesListModel::refresh);
-    connect(notes.get(), &NotesModel::processingChanged, notesRefresh, qOverload<>(&QTimer::start));
+    // Progress shows in the rows by itself; the list is read again only when
+    // a note's state changes, not at each of its sections.
+    connect(notes.get(), &NotesModel::recordingChanged, notesRefresh, qOverload<>(&QTimer::start));
+    connect(notes.get(), &NotesModel::processed, notesRefresh, qOverload<>(&QTimer::start));
     loginItem = LoginItem::create(QCoreApplication::applicationFilePath());
     // The controller's own answer: it asks the keyring once, not at every redraw.
     settings = std::make_unique<SettingsModel>(store, *loginItem,

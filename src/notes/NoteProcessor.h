@@ -71,7 +71,8 @@ public:
     QCoro::Task<JsonOutcome> summarize(QUuid id, bool fresh);
     QCoro::Task<JsonOutcome> ask(QUuid id, QString question);
 
-    // Notes a crash or a quit left in processing.
+    // Notes a crash or a quit left in processing. Reads every note; safe on
+    // any thread.
     QList<QUuid> unfinished() const;
     // Processes each of them in turn.
     QCoro::Task<> resumeUnfinished();

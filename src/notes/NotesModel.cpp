@@ -5,7 +5,9 @@
 #include "notes/NoteProcessor.h"
 #include "notes/NoteSession.h"
 
+#include <QFutureWatcher>
 #include <QPointer>
+#include <QtConcurrent/QtConcurrentRun>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -194,9 +196,16 @@ bool NotesModel::isProcessing(const QString& id) const {
 }
 
 void NotesModel::resume() {
-    for (const QUuid& id : processor.unfinished())
-        if (!processor.isProcessing(id))
-            runProcessing(id, false);
+    // Finding them reads every note, which is no work for start-up's thread.
+    auto* watcher = new QFutureWatcher<QList<QUuid>>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
+        for (const QUuid& id : watcher->result())
+            if (!processor.isProcessing(id))
+                runProcessing(id, false);
+        watcher->deleteLater();
+    });
+    watcher->setFuture(
+        QtConcurrent::run([&processor = processor] { return processor.unfinished(); }));
 }
 
 } // namespace quendra

@@ -14,6 +14,29 @@ namespace quendra {
 
 namespace {
 
+// A connection kept between queries and opened again once the server dropped
+// it: opening one for each query would cost a new loop thread every time.
+class KeptConnection {
+public:
+    PulseAudioConnection* get() {
+        if (connection && lost)
+            connection.reset();
+        if (!connection) {
+            auto opened = PulseAudioConnection::open(u"Parlevo"_s);
+            if (!opened)
+                return nullptr;
+            connection = std::move(*opened);
+            lost = false;
+            connection->onContextFailed = [this] { lost = true; };
+        }
+        return connection.get();
+    }
+
+private:
+    std::unique_ptr<PulseAudioConnection> connection;
+    std::atomic<bool> lost = false;
+};
+
 class PulseAudioSourceFactory final : public AudioSourceFactory {
 public:
     std::unique_ptr<AudioSource> microphone(const MicrophoneOptions& options) override {
@@ -25,16 +48,16 @@ public:
                                                   MicrophoneOptions{}, voiceProcessingRefused);
     }
     AudioActivity activity() override {
-        auto opened = PulseAudioConnection::open(u"Parlevo call hint"_s);
-        if (!opened)
+        PulseAudioConnection* connection = kept.get();
+        if (!connection)
             return {};
         const qint64 self = QCoreApplication::applicationPid();
         AudioActivity out;
-        for (const auto& stream : (*opened)->playbackStreams())
+        for (const auto& stream : connection->playbackStreams())
             if (stream.processId != self && !stream.application.isEmpty() &&
                 !out.playing.contains(stream.application))
                 out.playing << stream.application;
-        for (const auto& stream : (*opened)->recordingStreams())
+        for (const auto& stream : connection->recordingStreams())
             if (stream.processId != self && !stream.fromMonitor)
                 out.microphoneInUse = true;
         return out;
@@ -42,6 +65,7 @@ public:
 
 private:
     std::shared_ptr<bool> voiceProcessingRefused = std::make_shared<bool>(false);
+    KeptConnection kept;
 };
 
 // There is no microphone prompt: access is granted when the server answers
@@ -59,24 +83,16 @@ public:
 
 private:
     bool ask() {
-        if (connection && lost)
-            connection.reset();
-        if (!connection) {
-            auto opened = PulseAudioConnection::open(u"Parlevo"_s);
-            if (!opened)
-                return false;
-            connection = std::move(*opened);
-            lost = false;
-            connection->onContextFailed = [this] { lost = true; };
-        }
+        PulseAudioConnection* connection = kept.get();
+        if (!connection)
+            return false;
         for (const auto& source : connection->sources())
             if (!source.isMonitor)
                 return true;
         return false;
     }
 
-    std::unique_ptr<PulseAudioConnection> connection;
-    std::atomic<bool> lost = false;
+    KeptConnection kept;
     QElapsedTimer checked;
     bool answer = false;
 };

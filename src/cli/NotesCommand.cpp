@@ -208,21 +208,31 @@ int assemble(Invocation& in) {
     return 0;
 }
 
-// Runs one request of the note processor to its end; Ctrl+C stops it and
-// leaves the note to be resumed.
-template <typename Result>
-std::optional<Result> processorRun(Invocation& in, const QUuid& id, QCoro::Task<Result> task,
-                                   int* status) {
+// Finds the note ID names, runs one request of the note processor on it to
+// its end and prints what it gave, or the sentence of its failure. Ctrl+C
+// stops the request and leaves the note to be resumed.
+template <typename Value>
+int onNote(Invocation& in,
+           const std::function<QCoro::Task<std::expected<Value, NoteProcessingError>>(
+               NoteProcessor&, const QUuid&)>& request,
+           const std::function<void(const Value&)>& print) {
+    int status = 0;
+    const auto note = findNote(in, in.app.notes(), &status);
+    if (!note)
+        return status;
     NoteProcessor& processor = in.app.noteProcessor();
+    const QUuid id = note->id;
     Interruption interruption;
     interruption.onInterrupt = [&processor, id] { processor.cancel(id); };
-    auto result = QCoro::waitFor(std::move(task));
+    const auto outcome = QCoro::waitFor(request(processor, id));
     if (interruption.requested()) {
         in.err << u"Stopped. Run the command again to go on where it stopped."_s << Qt::endl;
-        *status = interruption.exitStatus();
-        return std::nullopt;
+        return interruption.exitStatus();
     }
-    return result;
+    if (!outcome)
+        return in.failure(outcome.error().message);
+    print(*outcome);
+    return 0;
 }
 
 void printSummary(QTextStream& out, const Json& stored) {
@@ -252,74 +262,63 @@ void printSummary(QTextStream& out, const Json& stored) {
 }
 
 int process(Invocation& in) {
-    int status = 0;
-    const auto note = findNote(in, in.app.notes(), &status);
-    if (!note)
-        return status;
-    NoteProcessor& processor = in.app.noteProcessor();
-    QObject::connect(
-        &processor, &NoteProcessor::progress, &processor,
-        [&in, last = QString()](const QUuid&, const QString& stage, int done, int total) mutable {
-            const QString line = NoteProcessor::stageText(stage, done, total) + u"."_s;
-            if (line != std::exchange(last, line))
-                in.err << line << Qt::endl;
+    return onNote<Note>(
+        in,
+        [&in](NoteProcessor& processor, const QUuid& id) {
+            QObject::connect(&processor, &NoteProcessor::progress, &processor,
+                             [&in, last = QString()](const QUuid&, const QString& stage, int done,
+                                                     int total) mutable {
+                                 const QString line =
+                                     NoteProcessor::stageText(stage, done, total) + u"."_s;
+                                 if (line != std::exchange(last, line))
+                                     in.err << line << Qt::endl;
+                             });
+            return processor.process(id);
+        },
+        [&in](const Note& note) {
+            printTurns(in.out, note);
+            if (!note.message.isEmpty())
+                in.err << note.message << Qt::endl;
         });
-    const auto outcome = processorRun(in, note->id, processor.process(note->id), &status);
-    if (!outcome)
-        return status;
-    if (!*outcome)
-        return in.failure(outcome->error().message);
-    printTurns(in.out, **outcome);
-    if (!(*outcome)->message.isEmpty())
-        in.err << (*outcome)->message << Qt::endl;
-    return 0;
 }
 
 int summary(Invocation& in) {
-    int status = 0;
-    const auto note = findNote(in, in.app.notes(), &status);
-    if (!note)
-        return status;
-    NoteProcessor& processor = in.app.noteProcessor();
-    const auto outcome =
-        processorRun(in, note->id, processor.summarize(note->id, in.flag(u"fresh"_s)), &status);
-    if (!outcome)
-        return status;
-    if (!*outcome)
-        return in.failure(outcome->error().message);
-    if (in.flag(u"json"_s))
-        in.out << QString::fromUtf8(jsonBytes((*outcome)->object, 2)) << Qt::endl;
-    else
-        printSummary(in.out, (*outcome)->object);
-    return 0;
+    const bool fresh = in.flag(u"fresh"_s);
+    return onNote<SummaryReply>(
+        in,
+        [fresh](NoteProcessor& processor, const QUuid& id) {
+            return processor.summarize(id, fresh);
+        },
+        [&in](const SummaryReply& reply) {
+            if (in.flag(u"json"_s))
+                in.out << QString::fromUtf8(jsonBytes(reply.object, 2)) << Qt::endl;
+            else
+                printSummary(in.out, reply.object);
+        });
 }
 
 int ask(Invocation& in) {
-    int status = 0;
-    const auto note = findNote(in, in.app.notes(), &status);
-    if (!note)
-        return status;
-    NoteProcessor& processor = in.app.noteProcessor();
-    const auto outcome =
-        processorRun(in, note->id, processor.ask(note->id, in.positionals()[1]), &status);
-    if (!outcome)
-        return status;
-    if (!*outcome)
-        return in.failure(outcome->error().message);
-    const Json& answer = (*outcome)->object;
-    if (in.flag(u"json"_s)) {
-        in.out << QString::fromUtf8(jsonBytes(answer, 2)) << Qt::endl;
-        return 0;
-    }
-    in.out << fieldOr<QString>(answer, "text", {});
-    QStringList moments;
-    for (const Json& citation : answer["citations"])
-        if (const auto at = field<qint64>(citation, "atMs"))
-            moments << clock(*at);
-    if (!moments.isEmpty())
-        in.out << u" ["_s << moments.join(u", "_s) << u"]"_s;
-    in.out << Qt::endl;
-    return 0;
+    const QString question = in.positionals()[1];
+    return onNote<SummaryReply>(
+        in,
+        [question](NoteProcessor& processor, const QUuid& id) {
+            return processor.ask(id, question);
+        },
+        [&in](const SummaryReply& reply) {
+            const Json& answer = reply.object;
+            if (in.flag(u"json"_s)) {
+                in.out << QString::fromUtf8(jsonBytes(answer, 2)) << Qt::endl;
+                return;
+            }
+            in.out << fieldOr<QString>(answer, "text", {});
+            QStringList moments;
+            for (const Json& citation : answer["citations"])
+                if (const auto at = field<qint64>(citation, "atMs"))
+                    moments << clock(*at);
+            if (!moments.isEmpty())
+                in.out << u" ["_s << moments.join(u", "_s) << u"]"_s;
+            in.out << Qt::endl;
+        });
 }
 
 // Text goes to standard output unless -o names a file; audio always goes to

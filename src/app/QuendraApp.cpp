@@ -16,6 +16,7 @@
 #include "panels/QuickPanels.h"
 #include "panels/StatusIcons.h"
 #include "platform/AudioSource.h"
+#include "platform/DesktopSession.h"
 #include "platform/InstanceBus.h"
 #include "platform/LoginItem.h"
 #include "platform/UrlOpener.h"
@@ -120,6 +121,7 @@ bool QuendraApp::start() {
         .pasteboard = desktop ? (*desktop)->pasteboard.get() : nullptr,
         .insertion = insertion ? *insertion : nullptr,
         .targetTracker = tracker ? *tracker : nullptr,
+        .fieldMicrophoneOffered = DesktopSession::current().offersFieldMicrophone(),
     });
     panels->setMeter(model.get());
     model->setConnectionCheck([this]() -> QCoro::Task<std::expected<void, QString>> {

@@ -2,6 +2,7 @@
 #include "cli/CommandLine.h"
 #include "context/AppContext.h"
 #include "model/ApplicationId.h"
+#include "platform/DesktopSession.h"
 #include "session/SingleInstanceCoordinator.h"
 
 #include <QApplication>
@@ -34,7 +35,7 @@ int main(int argc, char** argv) {
         // The desktop commands need the clipboard and screens of a GUI application.
         std::unique_ptr<QCoreApplication> app;
         if (quendra::commandNeedsDisplay(arguments.mid(1)) &&
-            !qEnvironmentVariableIsEmpty("DISPLAY"))
+            quendra::DesktopSession::current().type != quendra::SessionType::none)
             app = std::make_unique<QGuiApplication>(argc, argv);
         else
             app = std::make_unique<QCoreApplication>(argc, argv);

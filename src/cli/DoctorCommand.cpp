@@ -1,8 +1,11 @@
 #include "CommandSupport.h"
+#include "ShortcutGuide.h"
 #include "model/AppDataStore.h"
 #include "platform/CredentialBackend.h"
 #include "platform/DesktopServices.h"
 #include "platform/MicrophonePermission.h"
+
+#include <QCoreApplication>
 
 #include <functional>
 
@@ -25,14 +28,17 @@ struct DoctorCheck {
 CheckOutcome checkDisplay(AppContext&) {
     const auto status = DesktopServices::displayStatus();
     if (status.name.isEmpty())
-        return {false, u"No X11 display is set (DISPLAY is empty). Start Parlevo inside an X11 "
-                       "desktop session."_s};
+        return {false, u"No display is set (WAYLAND_DISPLAY and DISPLAY are empty). Start Parlevo "
+                       "inside a desktop session."_s};
     if (!status.reachable)
-        return {false, status.name + u" cannot be opened. Check that the X server is running and "
-                                     "that you may connect to it."_s};
+        return {false, status.name + u" cannot be opened. Check that the display server is "
+                                     "running and that you may connect to it."_s};
     if (!status.windowManager)
         return {false, status.name + u" has no window manager. Start one, or text goes to the "
                                      "window under the pointer instead of the focused field."_s};
+    const DesktopSession session = DesktopSession::current();
+    if (session.isWayland())
+        return {true, status.name + u", "_s + session.description() + u"."_s};
     return {true, status.name + u" with a window manager."_s};
 }
 
@@ -49,8 +55,36 @@ CheckOutcome checkAccessibility(AppContext&) {
     return {true, u"The accessibility bus is running and accessibility is on."_s};
 }
 
+ShortcutGuide shortcutGuide(AppContext& app) {
+    return {DesktopSession::current(), app.store().dictationShortcut(),
+            QCoreApplication::applicationFilePath()};
+}
+
 CheckOutcome checkShortcut(AppContext& app) {
     const DictationShortcut shortcut = app.store().dictationShortcut();
+    const DesktopSession session = DesktopSession::current();
+    switch (DesktopServices::shortcutRoute(session)) {
+    case DesktopServices::ShortcutRoute::x11Grab:
+        break;
+    case DesktopServices::ShortcutRoute::globalShortcutsPortal:
+        return {true, u"The dictation shortcut %1 is asked of the desktop through its shortcuts "
+                      "portal; the desktop’s shortcut settings list it and can change it."_s.arg(
+                          shortcut.displayName())};
+    case DesktopServices::ShortcutRoute::kglobalaccel:
+        return {true, u"The dictation shortcut %1 is registered with KDE’s shortcut service; "
+                      "System Settings, Shortcuts, lists it."_s.arg(shortcut.displayName())};
+    case DesktopServices::ShortcutRoute::desktopSettings: {
+        const ShortcutGuide guide = shortcutGuide(app);
+        const auto bound = guide.isBound();
+        if (bound == true)
+            return {true, u"The desktop runs “%1” on a key."_s.arg(guide.command())};
+        if (!bound)
+            return {true, u"This desktop lets no application take a shortcut, and Parlevo cannot "
+                          "see its bindings: make sure a key runs the command. "_s +
+                              guide.advice()};
+        return {false, u"This desktop lets no application take a shortcut. "_s + guide.advice()};
+    }
+    }
     if (DesktopServices::displayStatus().reachable && DesktopServices::canRegisterHotKey(shortcut))
         return {true,
                 u"The dictation shortcut %1 can be registered."_s.arg(shortcut.displayName())};
@@ -91,12 +125,14 @@ QList<DoctorCheck> doctorChecks() {
 
 int runDoctorCommand(AppContext& app, const QStringList& arguments, QTextStream& out,
                      QTextStream& err) {
-    const CommandHelp help{u"doctor [--enable-accessibility]"_s,
+    const CommandHelp help{u"doctor [--enable-accessibility] [--bind-shortcut]"_s,
                            u"Checks what dictation needs from this computer and says what to "
                            "fix.\n--enable-accessibility first turns accessibility on for "
-                           "applications started from now on."_s};
+                           "applications started from now on.\n--bind-shortcut first binds the "
+                           "dictation shortcut to “parlevo dictation toggle” where the desktop "
+                           "takes a binding from another program (GNOME, sway)."_s};
     Invocation invocation(app, u"doctor"_s, arguments, out, err);
-    if (!invocation.parse(help, 0, {u"enable-accessibility"_s}))
+    if (!invocation.parse(help, 0, {u"enable-accessibility"_s, u"bind-shortcut"_s}))
         return int(ExitStatus::usage);
     if (invocation.helpRequested())
         return invocation.printHelp(help);
@@ -104,6 +140,14 @@ int runDoctorCommand(AppContext& app, const QStringList& arguments, QTextStream&
         err << u"Accessibility could not be turned on: the accessibility bus is not running."_s
             << Qt::endl;
     bool allPassed = true;
+    if (invocation.flag(u"bind-shortcut"_s)) {
+        const auto bound = shortcutGuide(invocation.app).bind();
+        if (bound)
+            out << *bound << Qt::endl;
+        else
+            err << bound.error() << Qt::endl;
+        allPassed = bound.has_value();
+    }
     for (const DoctorCheck& check : doctorChecks()) {
         const CheckOutcome outcome = check.run(invocation.app);
         allPassed = allPassed && outcome.passed;

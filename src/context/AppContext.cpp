@@ -261,6 +261,7 @@ std::expected<InsertionService*, QString> AppContext::insertion() {
         insertionService = std::make_unique<InsertionService>(*d.accessibility, *d.workspace,
                                                               *d.pasteboard, *d.keys);
         insertionService->setTargetLog(switches.targetLog);
+        insertionService->setAccessibleTextFirst(d.session.writesAccessibleTextFirst());
     }
     return insertionService.get();
 }

@@ -312,7 +312,8 @@ std::optional<InsertionTarget> AppModel::captureCompletionTarget() {
 }
 
 void AppModel::refreshFieldMicrophone() {
-    const bool show = parts.store.fieldMicrophoneEnabled() && currentTarget &&
+    const bool show = parts.fieldMicrophoneOffered && parts.store.fieldMicrophoneEnabled() &&
+                      currentTarget &&
                       (phaseValue.kind == DictationPhase::Case::ready ||
                        phaseValue.kind == DictationPhase::Case::copied ||
                        phaseValue.kind == DictationPhase::Case::failed);

@@ -61,6 +61,7 @@ class AppModel : public QObject {
     Q_PROPERTY(QString lastTranscript READ lastTranscript NOTIFY stateChanged)
     Q_PROPERTY(bool fieldMicrophoneEnabled READ fieldMicrophoneEnabled WRITE
                    setFieldMicrophoneEnabled NOTIFY stateChanged)
+    Q_PROPERTY(bool fieldMicrophoneOffered READ fieldMicrophoneOffered CONSTANT)
     Q_PROPERTY(
         QStringList transcribingHistoryIDs READ transcribingHistoryIDList NOTIFY stateChanged)
     Q_PROPERTY(QString transcriptionCheckTitle READ transcriptionCheckTitle NOTIFY stateChanged)
@@ -88,6 +89,9 @@ public:
         Pasteboard* pasteboard = nullptr;
         InsertionService* insertion = nullptr;
         AppTargetTracker* targetTracker = nullptr;
+        // Whether the desktop tells where other applications' fields are, so
+        // that a button can sit beside one (not on Wayland).
+        bool fieldMicrophoneOffered = true;
         // Seconds of a monotonic clock; the meter's elapsed time and the limit use it.
         std::function<double()> uptime{};
     };
@@ -153,6 +157,7 @@ public:
     bool targetIsSecure() const { return currentTargetSecure; }
     QString lastTranscript() const { return lastText; }
     bool fieldMicrophoneEnabled() const;
+    bool fieldMicrophoneOffered() const { return parts.fieldMicrophoneOffered; }
     void setFieldMicrophoneEnabled(bool on);
     QStringList transcribingHistoryIDList() const;
     const QSet<QUuid>& transcribingHistoryIDs() const { return transcribing; }

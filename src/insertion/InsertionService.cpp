@@ -48,6 +48,11 @@ void InsertionService::log(const QString& line) {
     Q_EMIT diagnostic(line);
 }
 
+void InsertionService::setAccessibleTextFirst(bool on) {
+    QUENDRA_CHECK_THREAD(checker);
+    accessibleTextFirst = on;
+}
+
 Element InsertionService::focusedElement(const RunningApplication& application) {
     QUENDRA_CHECK_THREAD(checker);
     const Element app = accessibility.applicationElement(application.processId);
@@ -241,6 +246,31 @@ QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTar
         co_return InsertionResult::failed;
     }
 
+    if (accessibleTextFirst) {
+        const bool written = co_await writeAccessibleText(text, current);
+        if (!self)
+            co_return InsertionResult::failed;
+        if (written) {
+            log(u"inserted with Accessibility and read back"_s);
+            co_return InsertionResult::inserted;
+        }
+        const QString before =
+            accessibility.stringAttribute(current.element, AccessibleStringAttribute::value)
+                .value_or(QString());
+        const bool pasted = co_await paste(text, current);
+        if (!self)
+            co_return InsertionResult::failed;
+        const bool confirmed = pasted && co_await readBack(text, current.element, before, 500);
+        if (!self)
+            co_return InsertionResult::failed;
+        if (confirmed) {
+            log(u"inserted with paste and read back"_s);
+            co_return InsertionResult::inserted;
+        }
+        log(u"failed: the field did not show the text, written or pasted"_s);
+        co_return InsertionResult::failed;
+    }
+
     const bool pasted = co_await paste(text, current);
     if (!self)
         co_return InsertionResult::failed;
@@ -254,6 +284,33 @@ QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTar
     }
     log(u"failed: both insertion methods were unavailable"_s);
     co_return InsertionResult::failed;
+}
+
+QCoro::Task<bool> InsertionService::writeAccessibleText(QString text, InsertionTarget target) {
+    const auto before =
+        accessibility.stringAttribute(target.element, AccessibleStringAttribute::value);
+    if (!before || !accessibility.canSetSelectedText(target.element))
+        co_return false;
+    if (!accessibility.setSelectedText(target.element, text))
+        co_return false;
+    const bool landed = co_await readBack(text, target.element, *before, 300);
+    co_return landed;
+}
+
+QCoro::Task<bool> InsertionService::readBack(QString text, Element element, QString before,
+                                             int waitMs) {
+    QPointer<InsertionService> self(this);
+    const qsizetype copies = before.count(text);
+    for (int waited = 0;; waited += 25) {
+        const auto now = accessibility.stringAttribute(element, AccessibleStringAttribute::value);
+        if (now && now->count(text) > copies)
+            co_return true;
+        if (waited >= waitMs)
+            co_return false;
+        co_await QCoro::sleepFor(25ms);
+        if (!self)
+            co_return false;
+    }
 }
 
 QCoro::Task<bool> InsertionService::paste(QString text, InsertionTarget target) {

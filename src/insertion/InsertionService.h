@@ -30,6 +30,10 @@ public:
     // Each classified target written to standard error, for the tests that
     // drive the real desktop. Off by default.
     void setTargetLog(bool on);
+    // Where synthetic keys may be dropped unseen (Wayland), the accessibility
+    // layer writes first and a paste is only the fallback; either counts
+    // only once the field is read back holding the text. Off by default.
+    void setAccessibleTextFirst(bool on);
 
     QCoro::Task<InsertionResult> insert(QString text, InsertionTarget target);
 
@@ -57,6 +61,9 @@ Q_SIGNALS:
 
 private:
     QCoro::Task<bool> paste(QString text, InsertionTarget target);
+    QCoro::Task<bool> writeAccessibleText(QString text, InsertionTarget target);
+    // Polls the field until it holds one more copy of the text than before.
+    QCoro::Task<bool> readBack(QString text, Element element, QString before, int waitMs);
     void settleClipboard(const QList<PasteboardItem>& snapshot, int written);
     void log(const QString& line);
 
@@ -66,6 +73,7 @@ private:
     KeyEventPoster& keys;
     MainThreadChecker checker;
     bool targetLog = false;
+    bool accessibleTextFirst = false;
     int pastesHoldingClipboard = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include "model/DictationShortcut.h"
 #include "platform/Accessibility.h"
+#include "platform/DesktopSession.h"
 #include "platform/HotKeyService.h"
 #include "platform/KeyEventPoster.h"
 #include "platform/Pasteboard.h"
@@ -19,6 +20,8 @@ namespace quendra {
 // desktop (the application, the desktop commands). Main thread only; needs a
 // QGuiApplication.
 struct DesktopServices {
+    DesktopSession session;
+    // Declared first: the Wayland workspace reads it, and goes before it.
     std::unique_ptr<Accessibility> accessibility;
     std::unique_ptr<Workspace> workspace;
     std::unique_ptr<Pasteboard> pasteboard;
@@ -33,7 +36,7 @@ struct DesktopServices {
     struct DisplayStatus {
         bool reachable = false;
         bool windowManager = false;
-        QString name; // "X11 display :0"
+        QString name; // "X11 display :0", "Wayland display wayland-0"
     };
     static DisplayStatus displayStatus();
     struct AccessibilityStatus {
@@ -41,6 +44,14 @@ struct DesktopServices {
         bool enabled = false;
     };
     static AccessibilityStatus accessibilityStatus();
+    // How a global shortcut reaches Parlevo in this session.
+    enum class ShortcutRoute {
+        x11Grab,               // the X server's key grab
+        globalShortcutsPortal, // the desktop portal's shortcuts (KDE Plasma, GNOME 48+)
+        kglobalaccel,          // KDE's shortcut service
+        desktopSettings,       // none: the user binds Parlevo's command in the desktop
+    };
+    static ShortcutRoute shortcutRoute(const DesktopSession& session);
     // Asks the server for the shortcut's keys and gives them back at once.
     static bool canRegisterHotKey(const DictationShortcut& shortcut);
     // Turns accessibility on for applications started from now on.

@@ -11,7 +11,10 @@
 
 namespace quendra {
 
-enum class HotKeyServiceError { unavailable };
+enum class HotKeyServiceError {
+    unavailable, // another program holds the keys
+    notOffered,  // the desktop lets no application take a shortcut
+};
 
 class HotKeyService : public QObject {
     Q_OBJECT

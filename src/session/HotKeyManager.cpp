@@ -12,6 +12,10 @@ QString message(HotKeyError error) {
     switch (error) {
     case HotKeyError::unavailable:
         return u"That shortcut is already in use. Choose another one."_s;
+    case HotKeyError::notOffered:
+        return u"This desktop does not let applications take a shortcut. Bind a key to "
+               "Parlevo’s command in the desktop’s keyboard settings; “parlevo doctor” says "
+               "how."_s;
     }
     return {};
 }
@@ -46,8 +50,11 @@ HotKeyManager::registerShortcut(const DictationShortcut& shortcut) {
             service.unregisterHotKey(hotKeyID);
         registered.reset();
     }
-    if (!service.registerHotKey(hotKeyID, shortcut.keysym, shortcut.modifiers))
-        return std::unexpected(HotKeyError::unavailable);
+    if (const auto taken = service.registerHotKey(hotKeyID, shortcut.keysym, shortcut.modifiers);
+        !taken)
+        return std::unexpected(taken.error() == HotKeyServiceError::notOffered
+                                   ? HotKeyError::notOffered
+                                   : HotKeyError::unavailable);
     registered = shortcut;
     if (hotKeyLog)
         std::fprintf(stderr, "qa registered shortcut=%s\n", qUtf8Printable(shortcut.displayName()));

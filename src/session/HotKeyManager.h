@@ -12,7 +12,7 @@
 
 namespace quendra {
 
-enum class HotKeyError { unavailable };
+enum class HotKeyError { unavailable, notOffered };
 
 QString message(HotKeyError error);
 

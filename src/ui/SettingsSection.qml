@@ -227,8 +227,16 @@ SectionPage {
             anchors.right: parent.right
             ToggleSwitch {
                 text: "Show a microphone button beside text fields"
-                checked: dictation.fieldMicrophoneEnabled
+                checked: dictation.fieldMicrophoneEnabled && dictation.fieldMicrophoneOffered
+                enabled: dictation.fieldMicrophoneOffered
                 onToggled: dictation.fieldMicrophoneEnabled = checked
+            }
+            Label {
+                visible: !dictation.fieldMicrophoneOffered
+                Layout.fillWidth: true
+                wrapMode: Text.Wrap
+                opacity: 0.7
+                text: "Wayland does not tell applications where a text field is on the screen, so the button cannot sit beside one. Use the shortcut."
             }
             ToggleSwitch {
                 text: "Use the visible conversation as context"

@@ -167,12 +167,14 @@ bool FakeAccessibility::setSelectedText(const Element& element, const QString& t
     const auto n = node(element);
     if (!n || !n->acceptsSelectedText || !n->selectedTextSettable)
         return false;
+    writtenTexts.append(text);
+    if (!n->writesAcceptedText)
+        return true;
     QString value = n->strings.value(AccessibleStringAttribute::value);
     const TextRange range = n->selection.value_or(TextRange{value.size(), 0});
     value.replace(range.location, range.length, text);
     n->strings[AccessibleStringAttribute::value] = value;
     n->selection = TextRange{range.location + text.size(), 0};
-    writtenTexts.append(text);
     return true;
 }
 

@@ -26,6 +26,8 @@ struct FakeNode : ElementHandle {
     std::optional<TextRange> selection;
     // Whether setSelectedText actually writes (when settable).
     bool acceptsSelectedText = true;
+    // Whether an accepted setSelectedText changes the text, or only says so.
+    bool writesAcceptedText = true;
 };
 using FakeNodePtr = std::shared_ptr<FakeNode>;
 

@@ -158,6 +158,7 @@ constexpr const char* listenedEvents[] = {focusEvent,
                                           "object:children-changed",
                                           "object:state-changed:defunct",
                                           "window:activate",
+                                          "window:deactivate",
                                           "window:create"};
 
 struct TranslatedEvent {
@@ -360,6 +361,12 @@ void AtspiAccessibility::onEvent(AtspiEvent* event, void* self) {
 void AtspiAccessibility::handleEvent(AtspiEvent* event) {
     if (!event->source || !event->type)
         return;
+    const bool activated =
+        std::strcmp(event->type, "window:activate") == 0 ||
+        (std::strncmp(event->type, focusEvent, std::strlen(focusEvent)) == 0 && event->detail1);
+    const bool deactivated = std::strcmp(event->type, "window:deactivate") == 0;
+    if (activationHandler && (activated || deactivated))
+        activationHandler(processOf(event->source), activated);
     const auto translated = translateEvent(event->type);
     if (!translated)
         return;
@@ -403,6 +410,46 @@ void AtspiAccessibility::deliver(qint64 processId,
     for (const Delivery& delivery : targets)
         if (observers.contains(delivery.observer))
             delivery.observer->handler(delivery.notification, delivery.element);
+}
+
+void AtspiAccessibility::setActivationHandler(ActivationHandler handler) {
+    QUENDRA_CHECK_THREAD(checker);
+    activationHandler = std::move(handler);
+}
+
+QList<AtspiAccessibility::RunningProcess> AtspiAccessibility::applications() {
+    QUENDRA_CHECK_THREAD(checker);
+    QList<RunningProcess> result;
+    const Element desktop = adopt(atspi_get_desktop(0));
+    if (!desktop)
+        return result;
+    for (const Element& app : children(desktop)) {
+        const qint64 pid = processOf(raw(app));
+        if (pid <= 0)
+            continue;
+        // Asking ourselves over the bus would wait on the thread that asks.
+        if (pid == QCoreApplication::applicationPid()) {
+            result.append({pid, QCoreApplication::applicationName()});
+            continue;
+        }
+        applicationsByProcess.insert(pid, app);
+        Error error;
+        result.append({pid, takeString(atspi_accessible_get_name(raw(app), &error))});
+    }
+    return result;
+}
+
+bool AtspiAccessibility::hasActiveWindow(qint64 processId) {
+    QUENDRA_CHECK_THREAD(checker);
+    if (processId == QCoreApplication::applicationPid())
+        return false; // the caller knows its own windows
+    const Element app = applicationElement(processId);
+    if (!app)
+        return false;
+    for (const Element& window : children(app))
+        if (hasState(raw(window), ATSPI_STATE_ACTIVE))
+            return true;
+    return false;
 }
 
 Element AtspiAccessibility::applicationElement(qint64 processId) {

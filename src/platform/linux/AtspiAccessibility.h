@@ -31,6 +31,19 @@ public:
     // Whether the accessibility bus is there and says accessibility is on.
     static bool busEnabled();
 
+    // Where no window system says which application is in front (Wayland),
+    // the applications say it themselves: their windows' activation and
+    // their elements' focus.
+    using ActivationHandler = std::function<void(qint64 processId, bool active)>;
+    void setActivationHandler(ActivationHandler handler);
+    struct RunningProcess {
+        qint64 processId = 0;
+        QString name; // the application's accessible name
+    };
+    QList<RunningProcess> applications();
+    // Whether one of the process's windows is the active one.
+    bool hasActiveWindow(qint64 processId);
+
     bool isTrusted() override;
     Element applicationElement(qint64 processId) override;
     std::optional<AccessibleRole> role(const Element& element) override;
@@ -64,6 +77,7 @@ private:
 
     MainThreadChecker checker;
     GObjectRef<AtspiEventListener> listener;
+    ActivationHandler activationHandler;
     QHash<qint64, Element> focusedByProcess;
     QHash<qint64, Element> applicationsByProcess;
     QList<AtspiObserver*> observers;

@@ -1,6 +1,9 @@
 #include "AtspiAccessibility.h"
+#include "AtspiWorkspace.h"
+#include "NoPasteKeys.h"
 #include "QtPasteboard.h"
 #include "QtScreens.h"
+#include "UnofferedHotKeyService.h"
 #include "X11HotKeyService.h"
 #include "X11Workspace.h"
 #include "XTestKeyEventPoster.h"
@@ -9,14 +12,34 @@
 #include <QDBusConnection>
 #include <QDBusInterface>
 #include <QDBusReply>
+#include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
+#include <QLocalSocket>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
-std::expected<DesktopServices, QString> DesktopServices::connect() {
-    // Only the X11 backends exist so far; a Wayland session would pick its own here.
+namespace {
+
+std::expected<DesktopServices, QString> connectWayland(DesktopSession session) {
+    if (QGuiApplication::platformName() != u"wayland"_s)
+        return std::unexpected(u"Parlevo’s windows are not on the Wayland display; install "
+                               "qt6-wayland, or start Parlevo with QT_QPA_PLATFORM=wayland."_s);
+    DesktopServices services;
+    services.session = session;
+    auto accessibility = std::make_unique<AtspiAccessibility>();
+    services.workspace = std::make_unique<AtspiWorkspace>(*accessibility);
+    services.accessibility = std::move(accessibility);
+    services.pasteboard = std::make_unique<QtPasteboard>();
+    services.keys = std::make_unique<NoPasteKeys>();
+    services.hotKeys = std::make_unique<UnofferedHotKeyService>();
+    services.screens = std::make_unique<QtScreens>();
+    return services;
+}
+
+std::expected<DesktopServices, QString> connectX11(DesktopSession session) {
     if (QGuiApplication::platformName() != u"xcb"_s || qEnvironmentVariableIsEmpty("DISPLAY"))
         return std::unexpected(u"No X11 display is available; Parlevo needs an X11 session (or "
                                "XWayland with DISPLAY set) to find and write text fields."_s);
@@ -24,6 +47,7 @@ std::expected<DesktopServices, QString> DesktopServices::connect() {
     if (!workspace->isConnected())
         return std::unexpected(u"The X11 display could not be opened."_s);
     DesktopServices services;
+    services.session = session;
     services.workspace = std::move(workspace);
     services.accessibility = std::make_unique<AtspiAccessibility>();
     services.pasteboard = std::make_unique<QtPasteboard>();
@@ -33,12 +57,42 @@ std::expected<DesktopServices, QString> DesktopServices::connect() {
     return services;
 }
 
+} // namespace
+
+std::expected<DesktopServices, QString> DesktopServices::connect() {
+    const DesktopSession session = DesktopSession::current();
+    switch (session.type) {
+    case SessionType::wayland:
+        return connectWayland(session);
+    case SessionType::x11:
+        return connectX11(session);
+    case SessionType::none:
+        break;
+    }
+    return std::unexpected(u"No display is available: Parlevo needs a Wayland or X11 desktop "
+                           "session to find and write text fields."_s);
+}
+
 } // namespace quendra
 
 namespace quendra {
 
 DesktopServices::DisplayStatus DesktopServices::displayStatus() {
     DisplayStatus status;
+    const DesktopSession session = DesktopSession::current();
+    if (session.isWayland()) {
+        status.name = u"Wayland display "_s + session.display;
+        const QString socket =
+            QFileInfo(session.display).isAbsolute()
+                ? session.display
+                : QDir(qEnvironmentVariable("XDG_RUNTIME_DIR")).filePath(session.display);
+        QLocalSocket probe;
+        probe.connectToServer(socket);
+        status.reachable = probe.waitForConnected(2000);
+        // A Wayland compositor is its own window manager.
+        status.windowManager = status.reachable;
+        return status;
+    }
     const QString display = qEnvironmentVariable("DISPLAY");
     if (display.isEmpty())
         return status;
@@ -64,7 +118,15 @@ DesktopServices::AccessibilityStatus DesktopServices::accessibilityStatus() {
     return status;
 }
 
+DesktopServices::ShortcutRoute DesktopServices::shortcutRoute(const DesktopSession& session) {
+    if (!session.isWayland())
+        return ShortcutRoute::x11Grab;
+    return ShortcutRoute::desktopSettings;
+}
+
 bool DesktopServices::canRegisterHotKey(const DictationShortcut& shortcut) {
+    if (shortcutRoute(DesktopSession::current()) != ShortcutRoute::x11Grab)
+        return false;
     X11HotKeyService service;
     constexpr std::uint32_t probe = 0xD0C;
     if (!service.registerHotKey(probe, shortcut.keysym, shortcut.modifiers))

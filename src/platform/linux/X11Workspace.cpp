@@ -1,8 +1,8 @@
 #include "X11Workspace.h"
 
+#include "ProcessInfo.h"
+
 #include <QCoreApplication>
-#include <QFile>
-#include <QFileInfo>
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
@@ -10,20 +10,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
-
-namespace {
-
-// A zombie still has a /proc entry; it has terminated all the same.
-bool processAlive(qint64 processId) {
-    QFile status(u"/proc/%1/stat"_s.arg(processId));
-    if (!status.open(QIODevice::ReadOnly))
-        return false;
-    const QByteArray line = status.readAll();
-    const qsizetype close = line.lastIndexOf(')');
-    return close < 0 || line.mid(close + 2, 1) != "Z";
-}
-
-} // namespace
 
 X11Workspace::X11Workspace(QObject* parent)
     : Workspace(parent) {
@@ -63,8 +49,7 @@ std::optional<RunningApplication> X11Workspace::applicationOf(XWindow window) {
         const QList<QByteArray> parts = bytes->split('\0');
         windowClass = QString::fromUtf8(parts.value(1).isEmpty() ? parts.value(0) : parts.value(1));
     }
-    const QString executable =
-        QFileInfo(QFile::symLinkTarget(u"/proc/%1/exe"_s.arg(app.processId))).fileName();
+    const QString executable = executableName(app.processId);
     if (const auto id = x.bytesProperty(window, gtkApplicationId); id && !id->isEmpty())
         app.bundleIdentifier = QString::fromUtf8(*id);
     else if (!windowClass.isEmpty())

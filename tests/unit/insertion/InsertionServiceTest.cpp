@@ -288,3 +288,65 @@ TEST_F(InsertionServiceTest, ACallFromAnotherThreadIsStoppedInDebugBuilds) {
 }
 
 } // namespace
+
+// Where the compositor may drop synthetic keys unseen (Wayland), nothing
+// counts as written until the field is read back holding the text.
+class AccessibleTextFirstTest : public InsertionServiceTest {
+protected:
+    AccessibleTextFirstTest() { service.setAccessibleTextFirst(true); }
+};
+
+TEST_F(AccessibleTextFirstTest, WritesThroughTheAccessibilityLayerAndLeavesTheClipboardAlone) {
+    const InsertionTarget target = remembered();
+    static_cast<Pasteboard&>(pasteboard).setString(u"the user's copy"_s);
+    field->strings[AccessibleStringAttribute::value] = u"Dear Ann, "_s;
+    field->selection = TextRange{10, 0};
+
+    EXPECT_EQ(insert(u"see you at nine"_s, target), InsertionResult::inserted);
+    EXPECT_EQ(field->strings[AccessibleStringAttribute::value], u"Dear Ann, see you at nine"_s);
+    EXPECT_TRUE(keys.posted.isEmpty());
+    EXPECT_EQ(pasteboard.string(), u"the user's copy"_s);
+    EXPECT_THAT(log, Contains(u"inserted with Accessibility and read back"_s));
+
+    // The same words again are a second copy, which the read-back must see.
+    EXPECT_EQ(insert(u"see you at nine"_s, target), InsertionResult::inserted);
+    EXPECT_EQ(field->strings[AccessibleStringAttribute::value],
+              u"Dear Ann, see you at ninesee you at nine"_s);
+}
+
+TEST_F(AccessibleTextFirstTest, AWriteThatOnlyClaimsSuccessFallsBackToAPasteThatIsReadBack) {
+    const InsertionTarget target = remembered();
+    field->writesAcceptedText = false;
+
+    EXPECT_EQ(insert(u"hello"_s, target), InsertionResult::inserted);
+    EXPECT_THAT(keys.posted, ElementsAre(PasteKeys::control));
+    EXPECT_EQ(field->strings[AccessibleStringAttribute::value], u"hello"_s);
+    EXPECT_THAT(log, Contains(u"inserted with paste and read back"_s));
+}
+
+TEST_F(AccessibleTextFirstTest, NothingIsClaimedWhenNeitherWayChangesTheField) {
+    const InsertionTarget target = remembered();
+    field->writesAcceptedText = false;
+    // The keys are sent, and the compositor or the application drops them.
+    pasteWorks = false;
+    EXPECT_EQ(insert(u"hello"_s, target), InsertionResult::failed);
+    EXPECT_THAT(log, Contains(u"failed: the field did not show the text, written or pasted"_s));
+    EXPECT_TRUE(field->strings[AccessibleStringAttribute::value].isEmpty());
+
+    // A desktop with no way to send keys at all.
+    keys.available = false;
+    EXPECT_EQ(insert(u"hello"_s, target), InsertionResult::failed);
+    EXPECT_TRUE(field->strings[AccessibleStringAttribute::value].isEmpty());
+}
+
+TEST_F(AccessibleTextFirstTest, AFieldWithoutEditableTextTakesThePasteAndIsReadBack) {
+    // A terminal: its text can be read, not written.
+    field->role = AccessibleRole::terminal;
+    field->selectedTextSettable = false;
+    field->strings[AccessibleStringAttribute::value] = u"$ "_s;
+    const InsertionTarget target = remembered();
+    EXPECT_EQ(insert(u"ls"_s, target), InsertionResult::inserted);
+    EXPECT_THAT(keys.posted, ElementsAre(PasteKeys::controlShift));
+    EXPECT_EQ(field->strings[AccessibleStringAttribute::value], u"$ ls"_s);
+    EXPECT_TRUE(ax.writtenTexts.isEmpty());
+}

@@ -11,6 +11,7 @@
 #   wayland_type TEXT                              types through the compositor
 #   wayland_press COMBO...                         presses ctrl+alt+d, ctrl+shift+v...
 #   wayland_active                                 PID<tab>TITLE of the active window
+#   wayland_activate ID                            brings the window titled ID to the front
 #   wayland_screenshot PATH                        a PNG of the screen (sway only)
 # wayland_compositor is left set to sway or kwin.
 
@@ -170,6 +171,32 @@ wayland_target() {
 # PID<tab>TITLE of the window that has the keyboard.
 wayland_active() {
     probe active
+}
+
+# Brings the window titled ID to the front, as a click on it would, and waits
+# until it has the keyboard. KWin takes that only from a script of its own.
+wayland_activate() {
+    local id="$1"
+    case "$wayland_compositor" in
+    sway) swaymsg "[title=\"^${id//./\\.}\$\"] focus" >/dev/null || return 1 ;;
+    kwin)
+        local script="$harness_dir/activate-$id.js" name="parlevo-activate-$RANDOM"
+        cat >"$script" <<EOF
+for (const client of workspace.clientList())
+    if (client.caption === "$id")
+        workspace.activeClient = client;
+EOF
+        dbus-send --session --print-reply --dest=org.kde.KWin /Scripting \
+            org.kde.kwin.Scripting.loadScript "string:$script" "string:$name" >/dev/null &&
+            dbus-send --session --print-reply --dest=org.kde.KWin /Scripting \
+                org.kde.kwin.Scripting.start >/dev/null || return 1
+        ;;
+    esac
+    local shown=0
+    harness_wait 30 sh -c "/usr/bin/python3 '$atspi_probe' active | cut -f2 | grep -qxF '$id'" || shown=1
+    [ "$wayland_compositor" = kwin ] && dbus-send --session --print-reply --dest=org.kde.KWin \
+        /Scripting org.kde.kwin.Scripting.unloadScript "string:$name" >/dev/null
+    return $shown
 }
 
 # Types TEXT the way the compositor takes keys from outside: a virtual

@@ -1,7 +1,8 @@
 #!/bin/bash
 # The Wayland harness on one headless compositor: it starts, a GTK target gets
 # the keyboard and shows on the accessibility bus, keys typed through the
-# compositor land in the field given focus over AT-SPI and read back, a paste
+# compositor land in the field given focus over AT-SPI and read back, a
+# second window is brought to the front and back, a paste
 # reaches the terminal field (which has no editable text), a key combination
 # pressed through the compositor reaches its binding, and on sway the screen
 # is saved.
@@ -31,6 +32,7 @@ began="$(date +%s%N)"
 app=org.quendra.WaylandTarget
 wayland_target "$app"
 echo "target active in $(ms_since "$began") ms"
+first_pid="$target_pid"
 [ "$(wayland_active)" = "$target_pid	$app" ] || fail "active window: $(wayland_active)"
 
 field_holds() { [ "$(probe text "$app" "$1")" = "$2" ]; }
@@ -42,6 +44,15 @@ wait_ms 10000 field_holds single-line hello ||
 wayland_type " World+2"
 wait_ms 10000 field_holds single-line "hello World+2" ||
     fail "typed ' World+2', the field holds '$(probe text "$app" single-line)'"
+
+# A second window takes the keyboard when it opens, and gives it back.
+wayland_target org.quendra.WaylandOther
+other_pid="$target_pid"
+wayland_activate "$app" || fail "$app did not come back to the front: $(wayland_active)"
+[ "$(wayland_active)" = "$first_pid	$app" ] || fail "active window: $(wayland_active)"
+wayland_activate org.quendra.WaylandOther || fail "the other window did not come to the front"
+[ "$(wayland_active)" = "$other_pid	org.quendra.WaylandOther" ] || fail "active window: $(wayland_active)"
+wayland_activate "$app" || fail "$app did not come back to the front: $(wayland_active)"
 
 # The terminal is what the paste fallback is for: text to read, none to edit.
 kind="$(probe kind "$app" terminal)"

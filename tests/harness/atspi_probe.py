@@ -136,7 +136,7 @@ def main():
     elif command == "focus":
         node = field(title, sys.argv[3])
         node.get_component_iface().grab_focus()
-        deadline = time.time() + 5
+        deadline = time.time() + 15
         while not node.get_state_set().contains(Atspi.StateType.FOCUSED):
             if time.time() > deadline:
                 sys.exit(f"{sys.argv[3]} did not take focus")

@@ -9,6 +9,8 @@ Insert, Escape, F5, plus...); a single character stands for itself.
 
 Each run opens a remote-desktop session with a keyboard, sends its keys and
 closes the session; on KDE the session starts without asking the user.
+KWin 5.27 types only what its keyboard layout has: with "us", ö and é are
+dropped without a word, so tests type accented text some other way.
 """
 import sys
 
@@ -114,8 +116,9 @@ def main():
     try:
         session = Session()
         if sys.argv[1] == "type":
+            named = {"+": "plus", "\n": "Return", "\t": "Tab"}
             for character in sys.argv[2]:
-                session.press(character if character != "+" else "plus")
+                session.press(named.get(character, character))
         else:
             for combination in sys.argv[2:]:
                 session.press(combination)

@@ -77,13 +77,15 @@ wayland_sway_start() {
     local sway_pid="${harness_pids[-1]}"
     harness_wait 30 sh -c "ls '$XDG_RUNTIME_DIR'/sway-ipc.*.$sway_pid.sock" ||
         { echo "sway did not start: $(cat "$harness_dir/sway.log")" >&2; return 1; }
-    export SWAYSOCK="$(ls "$XDG_RUNTIME_DIR"/sway-ipc.*."$sway_pid".sock)"
+    SWAYSOCK="$(ls "$XDG_RUNTIME_DIR"/sway-ipc.*."$sway_pid".sock)"
+    export SWAYSOCK
     harness_wait 30 swaymsg -t get_outputs ||
         { echo "sway does not answer: $(cat "$harness_dir/sway.log")" >&2; return 1; }
     local socket
-    socket="$(cd "$XDG_RUNTIME_DIR" && ls wayland-* | grep -v '\.lock$' | head -1)"
-    [ -n "$socket" ] || { echo "sway made no Wayland socket" >&2; return 1; }
-    export WAYLAND_DISPLAY="$socket"
+    for socket in "$XDG_RUNTIME_DIR"/wayland-*; do
+        [ -S "$socket" ] && export WAYLAND_DISPLAY="${socket##*/}"
+    done
+    [ -n "${WAYLAND_DISPLAY:-}" ] || { echo "sway made no Wayland socket" >&2; return 1; }
 
     # A headless seat has no keyboard, and without one no window gets the
     # focus: a virtual keyboard is kept connected for the whole test.

@@ -131,7 +131,9 @@ EOF
         { echo "KWin's global shortcuts did not start: $(cat "$harness_dir/kwin.log")" >&2; return 1; }
 
     # Started here, not by the bus, so that they see this desktop's variables.
-    harness_spawn portal-kde /usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde
+    local portal_kde
+    portal_kde="$(ls /usr/lib/*/libexec/xdg-desktop-portal-kde | head -1)"
+    harness_spawn portal-kde "$portal_kde"
     harness_wait 60 wayland_bus_has org.freedesktop.impl.portal.desktop.kde ||
         { echo "the KDE portal did not start: $(cat "$harness_dir/portal-kde.log")" >&2; return 1; }
     harness_spawn portal /usr/libexec/xdg-desktop-portal

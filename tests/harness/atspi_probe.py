@@ -11,7 +11,12 @@
                                      in the showing windows of process PID
   atspi_probe.py centre PID NAME     prints the screen position "X Y" of the
                                      middle of the showing element NAME of PID
+  atspi_probe.py active              prints PID<tab>TITLE of the active window
+                                     (the one with the keyboard), fails if none
+  atspi_probe.py kind APP FIELD      prints ROLE<tab>INTERFACES of FIELD
 APP is the application's window title (its application id).
+Under Wayland the accessibility layer is the only one that tells which window
+is active: the compositor keeps that to itself.
 """
 import sys
 import time
@@ -97,8 +102,27 @@ def print_named(node, depth=0):
         print_named(node.get_child_at_index(i), depth + 1)
 
 
+def active_window():
+    desktop = Atspi.get_desktop(0)
+    for i in range(desktop.get_child_count()):
+        app = desktop.get_child_at_index(i)
+        if app is None:
+            continue
+        for j in range(app.get_child_count()):
+            window = app.get_child_at_index(j)
+            if window is not None and window.get_state_set().contains(Atspi.StateType.ACTIVE):
+                return app, window
+    return None, None
+
+
 def main():
-    command, title = sys.argv[1], sys.argv[2]
+    command, title = sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else ""
+    if command == "active":
+        app, window = active_window()
+        if window is None:
+            sys.exit("no window is active")
+        print(f"{app.get_process_id()}\t{window.get_name()}")
+        return
     if command == "wait":
         deadline = time.time() + 10
         while time.time() < deadline:
@@ -112,7 +136,7 @@ def main():
     elif command == "focus":
         node = field(title, sys.argv[3])
         node.get_component_iface().grab_focus()
-        deadline = time.time() + 5
+        deadline = time.time() + 15
         while not node.get_state_set().contains(Atspi.StateType.FOCUSED):
             if time.time() > deadline:
                 sys.exit(f"{sys.argv[3]} did not take focus")
@@ -137,6 +161,9 @@ def main():
     elif command == "clear":
         node = field(title, sys.argv[3])
         node.get_editable_text_iface().set_text_contents("")
+    elif command == "kind":
+        node = field(title, sys.argv[3])
+        print(f"{node.get_role_name()}\t{','.join(node.get_interfaces())}")
     elif command == "text":
         node = field(title, sys.argv[3])
         text = node.get_text_iface()

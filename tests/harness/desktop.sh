@@ -5,12 +5,6 @@
 harness_root="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 source "$harness_root/common.sh"
 
-gtk_target="$harness_root/../fixtures/desktop/gtk_target.py"
-atspi_probe="$harness_root/atspi_probe.py"
-
-# The python3 first on PATH may be a shim without the GObject bindings.
-probe() { /usr/bin/python3 "$atspi_probe" "$@"; }
-
 desktop_start() {
     harness_home
     unset NO_AT_BRIDGE WAYLAND_DISPLAY MOZ_HEADLESS
@@ -27,28 +21,7 @@ desktop_start() {
     export DISPLAY=":$(head -1 "$display_file")"
     harness_wait 10 xdpyinfo || { echo "X display not reachable" >&2; return 1; }
 
-    harness_spawn a11y-bus /usr/libexec/at-spi-bus-launcher --launch-immediately --a11y=1
-    # Asking org.a11y.Bus itself before it has an owner would have the session
-    # bus start a second launcher, one with accessibility off.
-    harness_wait 10 sh -c 'dbus-send --session --print-reply --dest=org.freedesktop.DBus / \
-        org.freedesktop.DBus.NameHasOwner string:org.a11y.Bus | grep -q "boolean true"' ||
-        { echo "accessibility bus did not start" >&2; return 1; }
-    local a11y_address
-    a11y_address="$(dbus-send --session --print-reply=literal --dest=org.a11y.Bus \
-        /org/a11y/bus org.a11y.Bus.GetAddress | tr -d ' ')"
-    local registry_up="dbus-send --bus='$a11y_address' --print-reply \
-        --dest=org.freedesktop.DBus / org.freedesktop.DBus.GetNameOwner \
-        string:org.a11y.atspi.Registry"
-    # Seen once under heavy load: a registry that never took its name. A second
-    # one does.
-    local attempt
-    for attempt in 1 2; do
-        harness_spawn "registry-$attempt" /usr/libexec/at-spi2-registryd
-        harness_wait 6 sh -c "$registry_up" && break
-        echo "accessibility registry did not start (attempt $attempt):" >&2
-        cat "$harness_dir/registry-$attempt.log" >&2
-        [ "$attempt" = 2 ] && return 1
-    done
+    harness_accessibility || return 1
 
     # Openbox's stock configuration grabs keys of its own.
     cat >"$harness_dir/openbox.xml" <<'XML'
@@ -83,31 +56,4 @@ desktop_activate() {
 
 desktop_active_title() {
     xdotool getactivewindow getwindowname
-}
-
-# Fails the test with a message.
-fail() {
-    echo "FAIL: $*" >&2
-    exit 1
-}
-
-# Waits up to MS milliseconds for a command to succeed.
-wait_ms() {
-    local ms="$1"
-    shift
-    local deadline=$(($(date +%s%N) / 1000000 + ms))
-    until "$@" >/dev/null 2>&1; do
-        (($(date +%s%N) / 1000000 < deadline)) || return 1
-        sleep 0.02
-    done
-}
-
-# The number of lines of FILE matching PATTERN.
-count_lines() {
-    grep -c -- "$2" "$1" || true
-}
-
-# Succeeds when FILE has at least N lines matching PATTERN (for wait_ms).
-has_lines() {
-    [ "$(count_lines "$1" "$2")" -ge "$3" ]
 }

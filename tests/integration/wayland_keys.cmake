@@ -1,6 +1,6 @@
 # The wlroots virtual keyboard and the data-control clipboard on a headless
 # sway, with a GTK field read back through AT-SPI.
-if(TARGET quendra_platform_linux)
+if(TARGET parlevo AND TARGET quendra_platform_linux)
     add_executable(wayland_probe ${CMAKE_CURRENT_SOURCE_DIR}/tools/wayland_probe.cpp)
     target_link_libraries(wayland_probe PRIVATE quendra_platform_linux Qt6::Gui)
     foreach(name paste clipboard)

@@ -106,6 +106,8 @@ public:
             window->show();
             say(u"shown"_s);
         } else if (command == u"quit"_s) {
+            // Gone before the application ends, not in the middle of its teardown.
+            window.reset();
             return false;
         } else {
             say(u"unknown "_s + command);

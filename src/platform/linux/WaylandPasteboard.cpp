@@ -51,6 +51,8 @@ WaylandPasteboard::WaylandPasteboard(QObject* parent)
 }
 
 WaylandPasteboard::~WaylandPasteboard() {
+    // Before the connection's descriptor closes with it.
+    delete events;
     dropOffer(selection);
     if (source)
         zwlr_data_control_source_v1_destroy(source);
@@ -164,7 +166,10 @@ void WaylandPasteboard::select(const PasteboardItem* item) {
         for (const auto& [type, bytes] : *item)
             zwlr_data_control_source_v1_offer(next, type.toUtf8().constData());
     }
-    // The old source is cancelled by the compositor and destroyed then.
+    // The old source is cancelled by the compositor and destroyed then; the
+    // other program's offer is no longer the selection, whether or not the
+    // compositor tells us of our own.
+    dropOffer(selection);
     source = next;
     served = item ? *item : PasteboardItem{};
     zwlr_data_control_device_v1_set_selection(device, next);

@@ -60,6 +60,25 @@ ask 1 restore >/dev/null
 [ "$(wl-paste --list-types)" = image/png ] || fail "the image type was not restored"
 wl-paste --type image/png | cmp - "$harness_dir/picture.png" || fail "the image came back changed"
 
+# A screenshot-sized image, read back by several programs at once.
+head -c $((16 * 1024 * 1024)) /dev/urandom >"$harness_dir/large.bin"
+own_clipboard image/png "$harness_dir/large.bin"
+answer="$(ask 2 types)"
+[ "$(head -1 <<<"$answer")" = "types image/png" ] || fail "the large image was not read: $answer"
+echo "16 MB image: $(tail -1 <<<"$answer")"
+ask 1 snapshot >/dev/null
+ask 1 "set dictated" >/dev/null
+ask 1 restore >/dev/null
+readers=()
+for i in 1 2 3 4; do
+    wl-paste --type image/png >"$harness_dir/large.$i" &
+    readers+=("$!")
+done
+for i in 1 2 3 4; do
+    wait "${readers[i - 1]}" || fail "reader $i failed"
+    cmp -s "$harness_dir/large.$i" "$harness_dir/large.bin" || fail "reader $i got other bytes"
+done
+
 # The count: still after our own write, moved by another program's copy and
 # by the clipboard being emptied by another program.
 written="$(ask 1 "set ours")"
@@ -88,5 +107,5 @@ echo "stuck owner: $(tail -1 <<<"$answer")"
 [ "$(ask 1 snapshot)" = "snapshot $(wl-paste --list-types | tr '\n' ' ' | sed 's/ $//')" ] ||
     fail "the owner answers again but was not read"
 
-ask 0 quit
+keys_probe_quit
 echo "wayland clipboard: ok"

@@ -2,7 +2,7 @@
 # user namespace (it refuses to run as root), the accessibility bus, GTK
 # targets on Wayland and the wayland_probe driven line by line.
 # Usage: source keys_session.sh; keys_session_start; keys_target ID;
-#        keys_probe_start PROBE; ask N COMMAND
+#        keys_probe_start PROBE; ask N COMMAND; keys_probe_quit
 
 source "$(dirname "${BASH_SOURCE[0]}")/../../harness/common.sh"
 
@@ -94,8 +94,20 @@ keys_probe_start() {
     mkfifo "$harness_dir/probe.in"
     # Read-write: opening a pipe for writing alone waits for a reader.
     exec 3<>"$harness_dir/probe.in"
-    "$1" <&3 >"$probe_log" 2>"$keys_log" &
-    harness_pids+=("$!")
+    # Made here: the background job opens them only when it gets to run.
+    : >"$probe_log"
+    : >"$keys_log"
+    "$1" <&3 >>"$probe_log" 2>>"$keys_log" &
+    probe_pid=$!
+    harness_pids+=("$probe_pid")
+}
+
+# Ends the probe and fails unless it ended cleanly (destructors included).
+keys_probe_quit() {
+    printf 'quit\n' >&3
+    local status=0
+    wait "$probe_pid" || status=$?
+    [ "$status" = 0 ] || fail "the probe ended with status $status: $(grep -v '^key ' "$keys_log")"
 }
 
 # Sends COMMAND to the probe and prints the N lines it answers.

@@ -48,5 +48,5 @@ wait_ms 3000 sh -c "[ \"\$(/usr/bin/python3 '$keys_tests_root/harness/atspi_prob
     org.quendra.TargetOne password | tr -d '\n' | wc -m)\" = 7 ]" ||
     fail "nothing reached the password field"
 
-ask 0 quit
+keys_probe_quit
 echo "wayland paste: ok"

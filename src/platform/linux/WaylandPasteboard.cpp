@@ -109,7 +109,7 @@ void WaylandPasteboard::onSelection(void* data, zwlr_data_control_device_v1*,
     if (proxy)
         self->selection = static_cast<Offer*>(zwlr_data_control_offer_v1_get_user_data(proxy));
     if (!self->selecting)
-        ++self->changes;
+        self->othersChanged = true;
 }
 
 void WaylandPasteboard::onFinished(void* data, zwlr_data_control_device_v1*) {
@@ -151,7 +151,7 @@ void WaylandPasteboard::onCancelled(void* data, zwlr_data_control_source_v1* pro
         // Replaced by another program while the compositor handled our change:
         // its selection event was taken for ours.
         if (self->selecting)
-            ++self->changes;
+            self->othersChanged = true;
     }
     zwlr_data_control_source_v1_destroy(proxy);
 }
@@ -172,11 +172,24 @@ void WaylandPasteboard::select(const PasteboardItem* item) {
     dropOffer(selection);
     source = next;
     served = item ? *item : PasteboardItem{};
+    written = served;
     zwlr_data_control_device_v1_set_selection(device, next);
-    ++changes;
+    // Another program's change before ours counts, whatever it was.
+    changes += othersChanged ? 2 : 1;
+    othersChanged = false;
     selecting = true;
     wayland.roundtrip();
     selecting = false;
+}
+
+std::optional<QByteArray> WaylandPasteboard::read(const QString& type) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return std::nullopt;
+    zwlr_data_control_offer_v1_receive(selection->proxy, type.toUtf8().constData(), ends[1]);
+    close(ends[1]);
+    wayland.flush();
+    return readPipeUntilClosed(ends[0], std::chrono::steady_clock::now() + readPatience);
 }
 
 QList<PasteboardItem> WaylandPasteboard::items() {
@@ -190,14 +203,7 @@ QList<PasteboardItem> WaylandPasteboard::items() {
     PasteboardItem item;
     const QStringList types = selection->types;
     for (const QString& type : types) {
-        int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0)
-            break;
-        zwlr_data_control_offer_v1_receive(selection->proxy, type.toUtf8().constData(), ends[1]);
-        close(ends[1]);
-        wayland.flush();
-        const auto bytes =
-            readPipeUntilClosed(ends[0], std::chrono::steady_clock::now() + readPatience);
+        const auto bytes = read(type);
         // A program that does not answer holds nothing we can restore later.
         if (!bytes)
             return {};
@@ -208,11 +214,25 @@ QList<PasteboardItem> WaylandPasteboard::items() {
     return {item};
 }
 
+void WaylandPasteboard::countOthersChange() {
+    if (!othersChanged)
+        return;
+    othersChanged = false;
+    // Our own data served again by a clipboard manager is still what we wrote.
+    if (!written.isEmpty() && selection && selection->types.contains(written.first().first)) {
+        const auto bytes = read(written.first().first);
+        if (bytes && *bytes == written.first().second)
+            return;
+    }
+    written.clear();
+    ++changes;
+}
+
 int WaylandPasteboard::changeCount() {
     QUENDRA_CHECK_THREAD(checker);
     // Another program's change the compositor already made is counted now.
-    if (isOpen())
-        wayland.roundtrip();
+    if (isOpen() && wayland.roundtrip())
+        countOthersChange();
     return changes;
 }
 

@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <chrono>
+#include <optional>
 
 class QSocketNotifier;
 struct wl_seat;
@@ -20,7 +21,9 @@ namespace quendra {
 
 // The clipboard through the data-control protocol (wlroots compositors and
 // KWin), which needs no keyboard focus, unlike Qt's clipboard on Wayland.
-// Data we put there is served by this object from the event loop.
+// Data we put there is served by this object from the event loop, so one
+// object serves the whole process. Another program serving exactly what we
+// wrote last (a clipboard manager keeping it) does not count as a change.
 class WaylandPasteboard : public QObject, public Pasteboard {
     Q_OBJECT
 public:
@@ -48,6 +51,9 @@ private:
 
     bool isOpen() const;
     void dispatch();
+    // The other program's data of one type; none when it does not answer in time.
+    std::optional<QByteArray> read(const QString& type);
+    void countOthersChange();
     // The selection set to `item` (none clears it), waiting for the compositor.
     void select(const PasteboardItem* item);
     void dropOffer(Offer*& offer);
@@ -78,6 +84,10 @@ private:
     // Set while the compositor handles our own change: the selection events
     // then announce our change, not another program's.
     bool selecting = false;
+    // Another program took the selection since the count was last read.
+    bool othersChanged = false;
+    // What we wrote last, until another program puts something else there.
+    PasteboardItem written;
 };
 
 } // namespace quendra

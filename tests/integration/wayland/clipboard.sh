@@ -81,9 +81,22 @@ done
 
 # The count: still after our own write, moved by another program's copy and
 # by the clipboard being emptied by another program.
+# One line per change of the clipboard, with the text it then holds.
+watch_log="$harness_dir/watch.log"
+ask 1 clear >/dev/null
+harness_spawn watch wl-paste --watch sh -c 'echo "changed: $(cat)"'
 written="$(ask 1 "set ours")"
+wait_ms 3000 sh -c "[ \"\$(tail -1 '$watch_log')\" = 'changed: ours' ]" || fail "our text was not seen: $(tail -3 "$watch_log" | cut -c1-80)"
 sleep 0.5
 [ "$(ask 1 count)" = "$written" ] || fail "the count moved by itself"
+# A clipboard manager takes what we wrote and serves it itself: still ours.
+wl-paste --no-newline --type 'text/plain;charset=utf-8' >"$harness_dir/kept.txt"
+changed="$(wc -l <"$watch_log")"
+harness_spawn keeper sh -c \
+    "exec wl-copy --foreground --type 'text/plain;charset=utf-8' <'$harness_dir/kept.txt'"
+wait_ms 3000 sh -c "[ \$(wc -l <'$watch_log') -gt $changed ]" ||
+    fail "the clipboard manager did not take over"
+[ "$(ask 1 count)" = "$written" ] || fail "our own text served again counted as a change"
 harness_spawn copier wl-copy --foreground "copied meanwhile"
 wait_ms 3000 sh -c '[ "$(wl-paste --no-newline)" = "copied meanwhile" ]' || fail "wl-copy did not copy"
 moved="$(ask 1 count)"

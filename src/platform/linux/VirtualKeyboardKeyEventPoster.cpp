@@ -47,7 +47,7 @@ VirtualKeyboardKeyEventPoster::VirtualKeyboardKeyEventPoster() = default;
 VirtualKeyboardKeyEventPoster::~VirtualKeyboardKeyEventPoster() {
     if (keyboard)
         zwp_virtual_keyboard_v1_destroy(keyboard);
-    // The manager has no destructor request; its proxy is freed with the connection.
+    // The manager has no destroy request: only our side of it is freed.
     if (manager)
         wl_proxy_destroy(reinterpret_cast<wl_proxy*>(manager));
     if (seat)

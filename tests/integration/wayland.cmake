@@ -12,3 +12,16 @@ add_test(NAME integration.wayland_harness_kwin
          COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/desktop/wayland_harness.sh kwin)
 set_tests_properties(integration.wayland_harness_kwin PROPERTIES
                      LABELS "integration;wayland;kwin" TIMEOUT 120)
+
+# Insertion as a dictation writes, on each compositor.
+if(TARGET parlevo)
+    foreach(compositor sway kwin)
+        add_test(NAME integration.wayland_insert_${compositor}
+                 COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/desktop/wayland_insert.sh
+                         ${compositor} $<TARGET_FILE:parlevo>)
+    endforeach()
+    set_tests_properties(integration.wayland_insert_sway PROPERTIES
+                         LABELS "integration;wayland" TIMEOUT 120)
+    set_tests_properties(integration.wayland_insert_kwin PROPERTIES
+                         LABELS "integration;wayland;kwin" TIMEOUT 120)
+endif()

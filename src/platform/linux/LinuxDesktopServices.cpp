@@ -4,6 +4,8 @@
 #include "QtPasteboard.h"
 #include "QtScreens.h"
 #include "UnofferedHotKeyService.h"
+#include "VirtualKeyboardKeyEventPoster.h"
+#include "WaylandPasteboard.h"
 #include "X11HotKeyService.h"
 #include "X11Workspace.h"
 #include "XTestKeyEventPoster.h"
@@ -32,8 +34,24 @@ std::expected<DesktopServices, QString> connectWayland(DesktopSession session) {
     auto accessibility = std::make_unique<AtspiAccessibility>();
     services.workspace = std::make_unique<AtspiWorkspace>(*accessibility);
     services.accessibility = std::move(accessibility);
-    services.pasteboard = std::make_unique<QtPasteboard>();
-    services.keys = std::make_unique<NoPasteKeys>();
+    // Qt's clipboard serves only a focused window, which ours never is while
+    // the user dictates; the data-control protocol serves us unfocused.
+    if (WaylandPasteboard::available())
+        services.pasteboard = std::make_unique<WaylandPasteboard>();
+    else
+        services.pasteboard = std::make_unique<QtPasteboard>();
+    switch (session.pasteRoute()) {
+    case PasteRoute::virtualKeyboard:
+        if (VirtualKeyboardKeyEventPoster::available())
+            services.keys = std::make_unique<VirtualKeyboardKeyEventPoster>();
+        break;
+    case PasteRoute::remoteDesktopPortal:
+    case PasteRoute::x11Keys:
+    case PasteRoute::none:
+        break;
+    }
+    if (!services.keys)
+        services.keys = std::make_unique<NoPasteKeys>();
     services.hotKeys = std::make_unique<UnofferedHotKeyService>();
     services.screens = std::make_unique<QtScreens>();
     return services;

@@ -151,8 +151,9 @@ std::expected<QString, QString> ShortcutGuide::bindGnome() const {
 }
 
 std::expected<QString, QString> ShortcutGuide::bindSway() const {
-    const Run bound = run(
-        u"swaymsg"_s, {u"bindsym"_s, u"--no-warn"_s, swayBinding(shortcut), u"exec"_s, command()});
+    // Without "--", swaymsg would take the binding's own option for one of its own.
+    const Run bound = run(u"swaymsg"_s, {u"--"_s, u"bindsym"_s, u"--no-warn"_s,
+                                         swayBinding(shortcut), u"exec"_s, command()});
     if (!bound.ok)
         return std::unexpected(u"sway did not take the binding (%1). "_s.arg(
                                    bound.output.isEmpty() ? u"swaymsg failed"_s : bound.output) +

@@ -54,7 +54,7 @@ app_start_on_bus() {
 
 app_launch() {
     [ -n "$app_parlevo" ] || { echo "app_launch: app_install first" >&2; return 1; }
-    [ -n "${DISPLAY:-}" ] && [ -n "${DBUS_SESSION_BUS_ADDRESS:-}" ] &&
+    [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && [ -n "${DBUS_SESSION_BUS_ADDRESS:-}" ] &&
         [[ "$HOME" == "$harness_dir"/* ]] && [[ "$XDG_CONFIG_HOME" == "$harness_dir"/* ]] || {
         echo "app_launch: start the desktop harness first" >&2
         return 1
@@ -92,12 +92,17 @@ app_wait_shortcut() {
     sed -n 's/^qa registered shortcut=//p' "$app_log" | head -1
 }
 
-# Presses SHORTCUT (a name as the application logs it, "Ctrl+Alt+Space") with xdotool.
+# Presses SHORTCUT (a name as the application logs it, "Ctrl+Alt+Space") with
+# xdotool, or through the Wayland compositor the harness started.
 app_press_shortcut() {
     local keys
     keys="$(sed -E 's/Ctrl/ctrl/; s/Alt/alt/; s/Shift/shift/; s/Super/super/; s/Space$/space/;
         s/\+([A-Z])$/+\L\1/' <<<"$1")"
-    xdotool key "$keys"
+    if [ -n "${wayland_compositor:-}" ]; then
+        wayland_press "$keys"
+    else
+        xdotool key "$keys"
+    fi
 }
 
 # Succeeds while the application records from the microphone.

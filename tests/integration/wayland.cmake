@@ -25,3 +25,13 @@ if(TARGET parlevo)
     set_tests_properties(integration.wayland_insert_kwin PROPERTIES
                          LABELS "integration;wayland;kwin" TIMEOUT 120)
 endif()
+
+# A whole dictation with the installed application, toggled by a key the
+# desktop knows: on sway the binding the doctor adds.
+if(TARGET parlevo AND TARGET parlevo-sphinx-worker)
+    add_test(NAME integration.wayland_dictation_sway
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/desktop/wayland_dictation.sh sway
+                     ${CMAKE_BINARY_DIR})
+    set_tests_properties(integration.wayland_dictation_sway PROPERTIES
+                         LABELS "integration;wayland;dictation" TIMEOUT 600 RUN_SERIAL ON)
+endif()

@@ -107,7 +107,7 @@ TEST_F(ShortcutGuideTest, SwayBindsForTheSessionAndTellsTheLineToKeepIt) {
     EXPECT_TRUE(bound->contains(u"bindsym Alt+space exec /usr/bin/parlevo dictation toggle"_s));
     EXPECT_TRUE(
         read(u"swaymsg.log"_s)
-            .contains(u"bindsym --no-warn Alt+space exec /usr/bin/parlevo dictation toggle"_s))
+            .contains(u"-- bindsym --no-warn Alt+space exec /usr/bin/parlevo dictation toggle"_s))
         << read(u"swaymsg.log"_s).toStdString();
 }
 

@@ -7,6 +7,7 @@
 #include "hosted/HostedClient.h"
 #include "insertion/AppTargetTracker.h"
 #include "model/AppDataStore.h"
+#include "model/ApplicationId.h"
 #include "model/UserDefaults.h"
 #include "model/WritingSurface.h"
 #include "notes/NoteExport.h"
@@ -19,6 +20,7 @@
 #include "platform/DesktopSession.h"
 #include "platform/InstanceBus.h"
 #include "platform/LoginItem.h"
+#include "platform/PanelFocusRules.h"
 #include "platform/UrlOpener.h"
 #include "session/HotKeyManager.h"
 #include "session/ShortcutSettings.h"
@@ -106,6 +108,12 @@ bool QuendraApp::start() {
     panels =
         std::make_unique<QuickPanels>(desktop ? (*desktop)->accessibility.get() : nullptr,
                                       desktop ? (*desktop)->screens.get() : nullptr, engine.get());
+    panelRules = std::make_unique<PanelFocusRules>(DesktopSession::current(),
+                                                   QStringLiteral(QUENDRA_APPLICATION_ID));
+    panels->setPillAllowed(panelRules->honoured());
+    connect(panelRules.get(), &PanelFocusRules::honouredChanged, panels.get(),
+            &QuickPanels::setPillAllowed);
+    panelRules->apply();
     auto insertion = context.insertion();
     auto tracker = context.targetTracker();
     model = std::make_unique<AppModel>(AppModel::Parts{

@@ -28,6 +28,7 @@ class NoteSession;
 class NotesModel;
 class NoteDetailModel;
 class QuickPanels;
+class PanelFocusRules;
 class StatusTray;
 
 // The application object: on the running objects that `context` owns, it
@@ -62,6 +63,7 @@ private:
     AppContext& context;
     const bool quiet;
     std::unique_ptr<QuickPanels> panels;
+    std::unique_ptr<PanelFocusRules> panelRules;
     std::unique_ptr<AppModel> model;
     std::unique_ptr<LoginItem> loginItem;
     std::unique_ptr<ShortcutSettings> shortcutSettings;

@@ -143,8 +143,18 @@ void QuickPanels::hide(QQuickWindow* window) {
         window->hide();
 }
 
+void QuickPanels::setPillAllowed(bool allowed) {
+    QUENDRA_CHECK_THREAD(checker);
+    pillAllowed = allowed;
+    if (!allowed)
+        hideHud();
+}
+
 void QuickPanels::showHud(const HudState& state, const std::optional<InsertionTarget>& near) {
     QUENDRA_CHECK_THREAD(checker);
+    // The tray's icon shows the same state where the pill would take the keyboard.
+    if (!pillAllowed)
+        return;
     QQuickWindow* pill = window(hud, u"HudPanel.qml"_s, [this](QQuickWindow* made) {
         connect(made, SIGNAL(cancelPressed()), this, SIGNAL(hudCancelPressed()));
     });

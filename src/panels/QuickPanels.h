@@ -35,6 +35,9 @@ public:
     // change signal (the application's AppModel); the pill's clock and meter
     // follow it. Null shows 0:00 and a silent meter.
     void setMeter(QObject* source);
+    // Whether the pill may show: on Wayland only once the compositor keeps it
+    // from taking the keyboard (see PanelFocusRules). On by default.
+    void setPillAllowed(bool allowed);
 
     void showHud(const HudState& state, const std::optional<InsertionTarget>& near) override;
     void hideHud() override;
@@ -54,6 +57,7 @@ private Q_SLOTS:
     void deliverMicrophonePress();
 
 private:
+    bool pillAllowed = true;
     // Made on first use; `created` wires the new window's signals.
     QQuickWindow* window(QPointer<QQuickWindow>& slot, const QString& file,
                          const std::function<void(QQuickWindow*)>& created = {});

@@ -6,8 +6,8 @@
 set -euo pipefail
 wayland_probe="$1"
 source "$(dirname "$0")/keys_session.sh"
-keys_session_start
-keys_target org.quendra.TargetOne
+wayland_sway_start
+wayland_target org.quendra.TargetOne
 keys_probe_start "$wayland_probe"
 saved="$harness_dir/saved"
 mkdir -p "$saved"
@@ -43,7 +43,7 @@ probe focus org.quendra.TargetOne single-line
 ask 1 "set dictated words" >/dev/null
 [ "$(wl-paste --no-newline)" = "dictated words" ] || fail "our text is not on the clipboard"
 [ "$(ask 1 paste)" = "pasted yes" ] || fail "the paste was not sent"
-wait_ms 3000 sh -c "[ \"\$(/usr/bin/python3 '$keys_tests_root/harness/atspi_probe.py' text \
+wait_ms 3000 sh -c "[ \"\$(/usr/bin/python3 '$atspi_probe' text \
     org.quendra.TargetOne single-line)\" = 'dictated words' ]" || fail "the field did not get our text"
 wait_ms 3000 sh -c "! kill -0 $owner_pid" || fail "the old owner still serves"
 ask 1 restore >/dev/null

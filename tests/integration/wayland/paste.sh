@@ -5,8 +5,8 @@
 set -euo pipefail
 wayland_probe="$1"
 source "$(dirname "$0")/keys_session.sh"
-keys_session_start
-keys_target org.quendra.TargetOne
+wayland_sway_start
+wayland_target org.quendra.TargetOne
 keys_probe_start "$wayland_probe"
 
 [ "$(ask 2 available)" = $'keyboard yes\npasteboard yes' ] || fail "sway offers both protocols"
@@ -16,7 +16,7 @@ probe focus org.quendra.TargetOne single-line
 text='Grüße aus 東京 😀 done'
 ask 1 "set $text" >/dev/null
 [ "$(ask 1 paste)" = "pasted yes" ] || fail "the paste was not sent"
-wait_ms 3000 sh -c "[ \"\$(/usr/bin/python3 '$keys_tests_root/harness/atspi_probe.py' text \
+wait_ms 3000 sh -c "[ \"\$(/usr/bin/python3 '$atspi_probe' text \
     org.quendra.TargetOne single-line)\" = '$text' ]" ||
     fail "the field holds '$(probe text org.quendra.TargetOne single-line)'"
 
@@ -24,7 +24,7 @@ wait_ms 3000 sh -c "[ \"\$(/usr/bin/python3 '$keys_tests_root/harness/atspi_prob
 probe focus org.quendra.TargetOne multi-line
 ask 1 "set into the view" >/dev/null
 [ "$(ask 1 paste)" = "pasted yes" ] || fail "the second paste was not sent"
-wait_ms 3000 sh -c "[ \"\$(/usr/bin/python3 '$keys_tests_root/harness/atspi_probe.py' text \
+wait_ms 3000 sh -c "[ \"\$(/usr/bin/python3 '$atspi_probe' text \
     org.quendra.TargetOne multi-line)\" = 'into the view' ]" ||
     fail "the view holds '$(probe text org.quendra.TargetOne multi-line)'"
 [ "$(probe text org.quendra.TargetOne single-line)" = "$text" ] || fail "the entry changed too"
@@ -44,7 +44,7 @@ wait_ms 5000 has_focus org.quendra.TargetOne || fail "the GTK window did not get
 probe focus org.quendra.TargetOne password
 ask 1 "set hunter2" >/dev/null
 [ "$(ask 1 paste)" = "pasted yes" ] || fail "the third paste was not sent"
-wait_ms 3000 sh -c "[ \"\$(/usr/bin/python3 '$keys_tests_root/harness/atspi_probe.py' text \
+wait_ms 3000 sh -c "[ \"\$(/usr/bin/python3 '$atspi_probe' text \
     org.quendra.TargetOne password | tr -d '\n' | wc -m)\" = 7 ]" ||
     fail "nothing reached the password field"
 

@@ -1,0 +1,188 @@
+#include "RemoteDesktopKeyEventPoster.h"
+
+#include "PortalRequest.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QPointer>
+#include <QTimer>
+
+#include <xkbcommon/xkbcommon-keysyms.h>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace quendra {
+
+namespace {
+
+const QString remoteDesktopInterface = u"org.freedesktop.portal.RemoteDesktop"_s;
+constexpr uint keyboardDevice = 1;
+// Quick on KDE; GNOME waits for the user to answer its dialog.
+constexpr auto selectTimeout = 30s;
+constexpr auto startTimeout = 10min;
+
+QString objectPathText(const QVariant& value) {
+    if (value.canConvert<QDBusObjectPath>())
+        return value.value<QDBusObjectPath>().path();
+    return value.toString();
+}
+
+// Built outside the coroutine: GCC 12 miscompiles braced lists inside them.
+QVariantMap createOptions(const QString& token) {
+    return {{u"session_handle_token"_s, token}};
+}
+
+QVariantMap keyboardOptions() {
+    return {{u"types"_s, keyboardDevice}};
+}
+
+QVariantList sessionArguments(const QString& handle) {
+    return {QVariant::fromValue(QDBusObjectPath(handle))};
+}
+
+QVariantList startArguments(const QString& handle) {
+    // The last one names the window a dialog belongs to: none.
+    return {QVariant::fromValue(QDBusObjectPath(handle)), QString()};
+}
+
+} // namespace
+
+RemoteDesktopKeyEventPoster::RemoteDesktopKeyEventPoster(QObject* parent)
+    : QObject(parent) {
+    QTimer::singleShot(0, this, &RemoteDesktopKeyEventPoster::start);
+}
+
+RemoteDesktopKeyEventPoster::~RemoteDesktopKeyEventPoster() {
+    closePortalSession(sessionHandle);
+}
+
+bool RemoteDesktopKeyEventPoster::available() {
+    return portalInterfaceVersion(remoteDesktopInterface).has_value();
+}
+
+void RemoteDesktopKeyEventPoster::start() {
+    if (starting || isStarted())
+        return;
+    starting = true;
+    startSession();
+}
+
+QCoro::Task<> RemoteDesktopKeyEventPoster::startSession() {
+    QPointer<RemoteDesktopKeyEventPoster> self(this);
+    static std::uint32_t sessions = 0;
+    // A token of its own each time: the one of a session being closed may still be taken.
+    const QString token = u"quendra_keys%1"_s.arg(++sessions);
+    const PortalResponse created =
+        co_await portalRequest(remoteDesktopInterface, u"CreateSession"_s, QVariantList(),
+                               createOptions(token), selectTimeout);
+    const QString handle = objectPathText(created.results.value(u"session_handle"_s));
+    if (!self) {
+        closePortalSession(handle);
+        co_return;
+    }
+    QString failure;
+    if (!created.succeeded() || handle.isEmpty())
+        failure = u"the portal opened no session (%1)"_s.arg(created.describe());
+    if (failure.isEmpty()) {
+        const PortalResponse selected =
+            co_await portalRequest(remoteDesktopInterface, u"SelectDevices"_s,
+                                   sessionArguments(handle), keyboardOptions(), selectTimeout);
+        if (!self) {
+            closePortalSession(handle);
+            co_return;
+        }
+        if (!selected.succeeded())
+            failure = u"the keyboard was not granted (%1)"_s.arg(selected.describe());
+        refused = selected.cancelled();
+    }
+    if (failure.isEmpty()) {
+        const PortalResponse startedAnswer =
+            co_await portalRequest(remoteDesktopInterface, u"Start"_s, startArguments(handle),
+                                   QVariantMap(), startTimeout);
+        if (!self) {
+            closePortalSession(handle);
+            co_return;
+        }
+        const uint devices = startedAnswer.results.value(u"devices"_s).toUInt();
+        if (!startedAnswer.succeeded())
+            failure = u"the session did not start (%1)"_s.arg(startedAnswer.describe());
+        else if (!(devices & keyboardDevice))
+            failure = u"the session started without a keyboard"_s;
+        refused = startedAnswer.cancelled();
+    }
+    starting = false;
+    if (!failure.isEmpty()) {
+        closePortalSession(handle);
+        qWarning("The desktop's remote keyboard is not available: %s", qUtf8Printable(failure));
+        Q_EMIT startFailed(failure);
+        co_return;
+    }
+    sessionHandle = handle;
+    QDBusConnection::sessionBus().connect(Portal::service, sessionHandle, Portal::sessionInterface,
+                                          u"Closed"_s, this, SLOT(sessionClosed(QVariantMap)));
+    Q_EMIT started();
+}
+
+void RemoteDesktopKeyEventPoster::forgetSession() {
+    if (sessionHandle.isEmpty())
+        return;
+    QDBusConnection::sessionBus().disconnect(Portal::service, sessionHandle,
+                                             Portal::sessionInterface, u"Closed"_s, this,
+                                             SLOT(sessionClosed(QVariantMap)));
+    sessionHandle.clear();
+}
+
+void RemoteDesktopKeyEventPoster::sessionClosed(const QVariantMap&) {
+    forgetSession();
+    // Not at once: a desktop that closes every session would be asked in a loop.
+    QTimer::singleShot(1000, this, &RemoteDesktopKeyEventPoster::start);
+}
+
+bool RemoteDesktopKeyEventPoster::sendKey(std::uint32_t keysym, bool down) {
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        Portal::service, Portal::path, remoteDesktopInterface, u"NotifyKeyboardKeysym"_s);
+    call << QVariant::fromValue(QDBusObjectPath(sessionHandle)) << QVariantMap() << int(keysym)
+         << uint(down ? 1 : 0);
+    const QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(call);
+    if (pending.isFinished() && pending.isError())
+        return false;
+    // A refusal arrives later: the session is gone, and the next paste needs a new one.
+    auto* watcher = new QDBusPendingCallWatcher(pending, this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, handle = sessionHandle](QDBusPendingCallWatcher* finished) {
+                finished->deleteLater();
+                if (!finished->isError() || handle != sessionHandle)
+                    return;
+                qWarning("The desktop refused a key of the remote keyboard: %s",
+                         qUtf8Printable(finished->error().message()));
+                forgetSession();
+                start();
+            });
+    return true;
+}
+
+bool RemoteDesktopKeyEventPoster::postPaste(PasteKeys keys) {
+    QUENDRA_CHECK_THREAD(checker);
+    if (!isStarted()) {
+        if (!refused)
+            start();
+        return false;
+    }
+    const bool shift = keys == PasteKeys::controlShift;
+    // Sent in order on one connection, so the desktop sees them in this order.
+    bool sent = sendKey(XKB_KEY_Control_L, true);
+    if (sent && shift)
+        sent = sendKey(XKB_KEY_Shift_L, true);
+    if (sent)
+        sent = sendKey(XKB_KEY_v, true) && sendKey(XKB_KEY_v, false);
+    // Whatever was pressed is let go, even after a failure.
+    if (shift)
+        sendKey(XKB_KEY_Shift_L, false);
+    sendKey(XKB_KEY_Control_L, false);
+    return sent;
+}
+
+} // namespace quendra

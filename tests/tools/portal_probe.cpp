@@ -13,7 +13,7 @@
 // joined with "+" ("Ctrl+Alt"), or "-" for none.
 // Lines: "available yes|no", "registered ID" / "refused ID", "bound",
 // "pressed ID", "released ID", "failed ID unavailable|declined",
-// "started", "start failed: REASON", "posted yes|no".
+// "started", "stopped", "start failed: REASON", "posted yes|no".
 
 #include "platform/linux/KGlobalAccelHotKeyService.h"
 #include "platform/linux/PortalHotKeyService.h"
@@ -131,6 +131,8 @@ int main(int argc, char** argv) {
         keys = std::make_unique<RemoteDesktopKeyEventPoster>();
         QObject::connect(keys.get(), &RemoteDesktopKeyEventPoster::started,
                          [] { say(u"started"_s); });
+        QObject::connect(keys.get(), &RemoteDesktopKeyEventPoster::stopped,
+                         [] { say(u"stopped"_s); });
         QObject::connect(keys.get(), &RemoteDesktopKeyEventPoster::startFailed,
                          [](const QString& reason) { say(u"start failed: "_s + reason); });
     } else {

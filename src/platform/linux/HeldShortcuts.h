@@ -15,7 +15,7 @@ namespace quendra {
 class HeldShortcuts {
 public:
     using Clock = std::chrono::steady_clock;
-    static constexpr std::chrono::milliseconds repeatWindow{1000};
+    static constexpr std::chrono::milliseconds repeatWindow{2000};
 
     // Whether this press starts a new one (false for a repeat).
     bool press(std::uint32_t identifier, Clock::time_point now = Clock::now());

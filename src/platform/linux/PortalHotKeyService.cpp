@@ -101,9 +101,12 @@ PortalHotKeyService::PortalHotKeyService(QHash<std::uint32_t, QString> descripti
                 SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     bus.connect(Portal::service, Portal::path, shortcutsInterface, u"Deactivated"_s, this,
                 SLOT(deactivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
-    // The sessions go with the portal when it stops; the next one started gets ours again.
-    portalWatcher = new QDBusServiceWatcher(Portal::service, bus,
-                                            QDBusServiceWatcher::WatchForUnregistration, this);
+    // The sessions go with the portal or its backend when either stops; the
+    // next one started gets ours again.
+    portalWatcher = new QDBusServiceWatcher(this);
+    portalWatcher->setConnection(bus);
+    portalWatcher->setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+    portalWatcher->setWatchedServices(Portal::servicesOfSessions);
     connect(portalWatcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
         if (sessionHandle.isEmpty())
             return;

@@ -8,6 +8,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QVariantMap>
 
 #include <QCoro/QCoroTask>
@@ -21,6 +22,11 @@ namespace Portal {
 inline const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
 inline const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 inline const QString sessionInterface = QStringLiteral("org.freedesktop.portal.Session");
+// The portal and the desktops' backends behind it that keep its sessions:
+// when one of them stops, the sessions are gone.
+inline const QStringList servicesOfSessions = {
+    service, QStringLiteral("org.freedesktop.impl.portal.desktop.kde"),
+    QStringLiteral("org.freedesktop.impl.portal.desktop.gnome")};
 } // namespace Portal
 
 struct PortalResponse {

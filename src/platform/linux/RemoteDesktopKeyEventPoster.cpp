@@ -6,6 +6,7 @@
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
+#include <QDBusServiceWatcher>
 #include <QPointer>
 #include <QTimer>
 
@@ -52,6 +53,18 @@ QVariantList startArguments(const QString& handle) {
 
 RemoteDesktopKeyEventPoster::RemoteDesktopKeyEventPoster(QObject* parent)
     : QObject(parent) {
+    // Sessions end with the portal, or with its desktop's backend, without a
+    // word (keys sent then are taken and dropped): a new one is started.
+    auto* portalWatcher = new QDBusServiceWatcher(this);
+    portalWatcher->setConnection(QDBusConnection::sessionBus());
+    portalWatcher->setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+    portalWatcher->setWatchedServices(Portal::servicesOfSessions);
+    connect(portalWatcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
+        if (!isStarted())
+            return;
+        forgetSession();
+        QTimer::singleShot(1000, this, &RemoteDesktopKeyEventPoster::start);
+    });
     QTimer::singleShot(0, this, &RemoteDesktopKeyEventPoster::start);
 }
 
@@ -133,6 +146,7 @@ void RemoteDesktopKeyEventPoster::forgetSession() {
                                              Portal::sessionInterface, u"Closed"_s, this,
                                              SLOT(sessionClosed(QVariantMap)));
     sessionHandle.clear();
+    Q_EMIT stopped();
 }
 
 void RemoteDesktopKeyEventPoster::sessionClosed(const QVariantMap&) {
@@ -141,27 +155,36 @@ void RemoteDesktopKeyEventPoster::sessionClosed(const QVariantMap&) {
     QTimer::singleShot(1000, this, &RemoteDesktopKeyEventPoster::start);
 }
 
-bool RemoteDesktopKeyEventPoster::sendKey(std::uint32_t keysym, bool down) {
+void RemoteDesktopKeyEventPoster::sendNextKey() {
+    if (sendingKey || keyQueue.isEmpty())
+        return;
+    if (!isStarted()) {
+        keyQueue.clear();
+        return;
+    }
+    const KeyEvent key = keyQueue.takeFirst();
     QDBusMessage call = QDBusMessage::createMethodCall(
         Portal::service, Portal::path, remoteDesktopInterface, u"NotifyKeyboardKeysym"_s);
-    call << QVariant::fromValue(QDBusObjectPath(sessionHandle)) << QVariantMap() << int(keysym)
-         << uint(down ? 1 : 0);
-    const QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(call);
-    if (pending.isFinished() && pending.isError())
-        return false;
-    // A refusal arrives later: the session is gone, and the next paste needs a new one.
-    auto* watcher = new QDBusPendingCallWatcher(pending, this);
+    call << QVariant::fromValue(QDBusObjectPath(sessionHandle)) << QVariantMap() << int(key.keysym)
+         << uint(key.down ? 1 : 0);
+    sendingKey = true;
+    auto* watcher =
+        new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, handle = sessionHandle](QDBusPendingCallWatcher* finished) {
+            [this](QDBusPendingCallWatcher* finished) {
                 finished->deleteLater();
-                if (!finished->isError() || handle != sessionHandle)
+                sendingKey = false;
+                if (finished->isError()) {
+                    // The session is gone, and with it whatever it held down.
+                    qWarning("The desktop refused a key of the remote keyboard: %s",
+                             qUtf8Printable(finished->error().message()));
+                    keyQueue.clear();
+                    forgetSession();
+                    start();
                     return;
-                qWarning("The desktop refused a key of the remote keyboard: %s",
-                         qUtf8Printable(finished->error().message()));
-                forgetSession();
-                start();
+                }
+                sendNextKey();
             });
-    return true;
 }
 
 bool RemoteDesktopKeyEventPoster::postPaste(PasteKeys keys) {
@@ -172,17 +195,15 @@ bool RemoteDesktopKeyEventPoster::postPaste(PasteKeys keys) {
         return false;
     }
     const bool shift = keys == PasteKeys::controlShift;
-    // Sent in order on one connection, so the desktop sees them in this order.
-    bool sent = sendKey(XKB_KEY_Control_L, true);
-    if (sent && shift)
-        sent = sendKey(XKB_KEY_Shift_L, true);
-    if (sent)
-        sent = sendKey(XKB_KEY_v, true) && sendKey(XKB_KEY_v, false);
-    // Whatever was pressed is let go, even after a failure.
+    keyQueue << KeyEvent{XKB_KEY_Control_L, true};
     if (shift)
-        sendKey(XKB_KEY_Shift_L, false);
-    sendKey(XKB_KEY_Control_L, false);
-    return sent;
+        keyQueue << KeyEvent{XKB_KEY_Shift_L, true};
+    keyQueue << KeyEvent{XKB_KEY_v, true} << KeyEvent{XKB_KEY_v, false};
+    if (shift)
+        keyQueue << KeyEvent{XKB_KEY_Shift_L, false};
+    keyQueue << KeyEvent{XKB_KEY_Control_L, false};
+    sendNextKey();
+    return true;
 }
 
 } // namespace quendra

@@ -3,6 +3,7 @@
 #include "model/MainThreadChecker.h"
 #include "platform/KeyEventPoster.h"
 
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
@@ -38,6 +39,8 @@ public:
 Q_SIGNALS:
     // The keyboard is ready for postPaste.
     void started();
+    // The desktop ended the keyboard's session; a new one is being started.
+    void stopped();
     // The portal refused the keyboard (the next postPaste tries again), or the
     // user did in the desktop's dialog (not asked again in this run).
     void startFailed(const QString& reason);
@@ -50,10 +53,19 @@ private:
     void start();
     QCoro::Task<> startSession();
     void forgetSession();
-    bool sendKey(std::uint32_t keysym, bool down);
+    void sendNextKey();
+
+    struct KeyEvent {
+        std::uint32_t keysym;
+        bool down;
+    };
 
     MainThreadChecker checker;
     QString sessionHandle;
+    // One key at a time: the portal handles each call on a thread of its own,
+    // so keys sent together may reach the desktop in any order.
+    QList<KeyEvent> keyQueue;
+    bool sendingKey = false;
     bool starting = false;
     // The user said no in the desktop's dialog: asking again at each paste would nag.
     bool refused = false;

@@ -34,7 +34,8 @@ Q_SIGNALS:
     // When the keys of a press are let go, from the services that are told
     // (kglobalaccel and the shortcuts portal; not X11 key grabs).
     void released(std::uint32_t identifier);
-    // A registration that registerHotKey accepted and the desktop refused afterwards.
+    // A registration that registerHotKey accepted and the desktop refused
+    // afterwards; the identifier is then free, as after unregisterHotKey.
     void registrationFailed(std::uint32_t identifier, HotKeyServiceError error);
 };
 

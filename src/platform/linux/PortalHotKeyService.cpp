@@ -12,6 +12,8 @@
 #include <QSet>
 #include <QTimer>
 
+#include <algorithm>
+
 #include <QCoro/QCoroDBusPendingCall>
 
 using namespace Qt::Literals::StringLiterals;
@@ -158,11 +160,14 @@ std::optional<std::uint32_t> PortalHotKeyService::identifierOf(const QString& sh
 
 QList<PortalShortcut>
 PortalHotKeyService::portalShortcuts(const QHash<std::uint32_t, Wanted>& shortcuts) const {
+    // In the order of their identifiers, as a desktop's dialog would list them.
+    QList<std::uint32_t> identifiers = shortcuts.keys();
+    std::ranges::sort(identifiers);
     QList<PortalShortcut> list;
-    for (auto it = shortcuts.cbegin(); it != shortcuts.cend(); ++it)
-        list << PortalShortcut{
-            shortcutId(it.key()),
-            {{u"description"_s, description(it.key())}, {u"preferred_trigger"_s, it->trigger}}};
+    for (std::uint32_t identifier : std::as_const(identifiers))
+        list << PortalShortcut{shortcutId(identifier),
+                               {{u"description"_s, description(identifier)},
+                                {u"preferred_trigger"_s, shortcuts.value(identifier).trigger}}};
     return list;
 }
 
@@ -174,6 +179,15 @@ QString PortalHotKeyService::description(std::uint32_t identifier) const {
 // group after the session's token when the caller has no application id.
 QStringList PortalHotKeyService::kglobalaccelAction(std::uint32_t identifier) const {
     return {token, shortcutId(identifier), token, description(identifier)};
+}
+
+// A refused shortcut is no longer registered, as one registerHotKey refused
+// at once would not be: registering it again asks again.
+void PortalHotKeyService::refuse(std::uint32_t identifier, HotKeyServiceError error) {
+    if (!wanted.remove(identifier))
+        return;
+    held.forget(identifier);
+    Q_EMIT registrationFailed(identifier, error);
 }
 
 void PortalHotKeyService::scheduleBind(int delayMs) {
@@ -229,7 +243,7 @@ QCoro::Task<> PortalHotKeyService::bind() {
                      qUtf8Printable(created.describe()));
             if (!changed)
                 for (auto it = shortcuts.cbegin(); it != shortcuts.cend(); ++it)
-                    Q_EMIT registrationFailed(it.key(), HotKeyServiceError::declined);
+                    refuse(it.key(), HotKeyServiceError::declined);
             continue;
         }
         sessionHandle = handle;
@@ -267,7 +281,7 @@ QCoro::Task<> PortalHotKeyService::bind() {
                     qWarning("The desktop did not bind the shortcut %s: %s",
                              qUtf8Printable(shortcut.id), qUtf8Printable(answer.describe()));
                     if (const auto identifier = identifierOf(shortcut.id))
-                        Q_EMIT registrationFailed(*identifier, HotKeyServiceError::declined);
+                        refuse(*identifier, HotKeyServiceError::declined);
                 }
         }
         co_await checkBindings(shortcuts);
@@ -324,7 +338,7 @@ QCoro::Task<> PortalHotKeyService::checkBindings(QHash<std::uint32_t, Wanted> sh
         qWarning("The desktop bound the shortcut %s to other keys than %s (another shortcut "
                  "holds them)",
                  qUtf8Printable(shortcutId(it.key())), qUtf8Printable(it->trigger));
-        Q_EMIT registrationFailed(it.key(), HotKeyServiceError::unavailable);
+        refuse(it.key(), HotKeyServiceError::unavailable);
     }
 }
 

@@ -29,7 +29,7 @@ struct PortalShortcut;
 // shortcuts' group after it). Each change of the registered shortcuts closes
 // the session and opens it again with all of them; registerHotKey only
 // answers whether the keys can be named, and a refusal found afterwards comes
-// through registrationFailed.
+// through registrationFailed, the shortcut then being unregistered.
 //
 // The keys asked for are the application's choice: on KDE, where the desktop
 // would otherwise keep the keys it bound first, a binding that differs is
@@ -80,6 +80,7 @@ private:
     QString description(std::uint32_t identifier) const;
     QList<PortalShortcut> portalShortcuts(const QHash<std::uint32_t, Wanted>& shortcuts) const;
     QStringList kglobalaccelAction(std::uint32_t identifier) const;
+    void refuse(std::uint32_t identifier, HotKeyServiceError error);
     void scheduleBind(int delayMs = 0);
     void closeSession();
     QCoro::Task<> bind();

@@ -8,7 +8,7 @@ set -euo pipefail
 portal_probe="$1"
 here="$(dirname "$0")"
 source "$here/../../harness/wayland.sh"
-source "$here/probe.sh"
+source "$here/../../harness/portal_probe.sh"
 
 # No session bus, no portal: no event can be made, and none is claimed.
 answer="$(printf 'paste\nquit\n' | DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent \

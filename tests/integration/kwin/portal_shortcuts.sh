@@ -7,7 +7,7 @@ set -euo pipefail
 portal_probe="$1"
 here="$(dirname "$0")"
 source "$here/../../harness/wayland.sh"
-source "$here/probe.sh"
+source "$here/../../harness/portal_probe.sh"
 wayland_kwin_start
 
 log="$harness_dir/shortcuts.log"

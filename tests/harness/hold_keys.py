@@ -9,7 +9,7 @@ import os
 import sys
 import time
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "harness"))
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import portal_keys  # noqa: E402
 
 

@@ -1,4 +1,4 @@
-# Sourced by the KWin tests after the Wayland harness: portal_probe (its path
+# Sourced by the portal tests after a harness: portal_probe (its path
 # in $portal_probe) driven line by line through a pipe, and what kglobalaccel
 # holds.
 # Usage: probe_start NAME ARGS...; probe_send NAME LINE...; the lines it answers

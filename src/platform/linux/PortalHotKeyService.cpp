@@ -13,6 +13,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <utility>
 
 #include <QCoro/QCoroDBusPendingCall>
 
@@ -64,8 +65,9 @@ QString objectPathText(const QVariant& value) {
     return value.toString();
 }
 
-// The arguments below are built outside the coroutines: GCC 12 miscompiles
-// braced lists inside them.
+// The calls below are made outside the coroutines, which await only values
+// made before: GCC 12 destroys an await expression's temporaries twice, and
+// miscompiles braced lists inside coroutines.
 QDBusMessage kglobalaccelCall(const QString& method, const QStringList& action) {
     QDBusMessage call = QDBusMessage::createMethodCall(kglobalaccelService, u"/kglobalaccel"_s,
                                                        u"org.kde.KGlobalAccel"_s, method);
@@ -85,6 +87,35 @@ QVariantList bindArguments(const QString& handle, const QList<PortalShortcut>& s
     // The last one names the window a dialog belongs to: none.
     return {QVariant::fromValue(QDBusObjectPath(handle)), QVariant::fromValue(shortcuts),
             QString()};
+}
+
+QDBusPendingCall askKglobalaccel(const QString& method, const QStringList& action) {
+    return QDBusConnection::sessionBus().asyncCall(kglobalaccelCall(method, action), 5000);
+}
+
+QDBusPendingCall closeSession(const QString& handle) {
+    return QDBusConnection::sessionBus().asyncCall(portalSessionClose(handle), 5000);
+}
+
+// KDE's portal 5.27 binds the shortcuts given here and nothing that
+// BindShortcuts asks for later.
+QCoro::Task<PortalResponse> createSession(const QString& token,
+                                          const QList<PortalShortcut>& shortcuts) {
+    return portalRequest(shortcutsInterface, u"CreateSession"_s, QVariantList(),
+                         createOptions(token, shortcuts), requestTimeout);
+}
+
+QCoro::Task<PortalResponse> listShortcuts(const QString& handle) {
+    return portalRequest(shortcutsInterface, u"ListShortcuts"_s, sessionArguments(handle),
+                         QVariantMap(), requestTimeout);
+}
+
+// The interface's own way, which desktops other than KDE need, and which may
+// ask the user first.
+QCoro::Task<PortalResponse> bindShortcuts(const QString& handle,
+                                          const QList<PortalShortcut>& shortcuts) {
+    return portalRequest(shortcutsInterface, u"BindShortcuts"_s, bindArguments(handle, shortcuts),
+                         QVariantMap(), dialogTimeout);
 }
 
 } // namespace
@@ -202,14 +233,12 @@ void PortalHotKeyService::scheduleBind(int delayMs) {
     });
 }
 
-void PortalHotKeyService::closeSession() {
-    if (sessionHandle.isEmpty())
-        return;
-    QDBusConnection::sessionBus().disconnect(Portal::service, sessionHandle,
-                                             Portal::sessionInterface, u"Closed"_s, this,
-                                             SLOT(sessionClosed(QVariantMap)));
-    closePortalSession(sessionHandle);
-    sessionHandle.clear();
+QString PortalHotKeyService::takeSession() {
+    if (!sessionHandle.isEmpty())
+        QDBusConnection::sessionBus().disconnect(Portal::service, sessionHandle,
+                                                 Portal::sessionInterface, u"Closed"_s, this,
+                                                 SLOT(sessionClosed(QVariantMap)));
+    return std::exchange(sessionHandle, QString());
 }
 
 QCoro::Task<> PortalHotKeyService::bind() {
@@ -217,22 +246,29 @@ QCoro::Task<> PortalHotKeyService::bind() {
     binding = true;
     while (changed) {
         changed = false;
-        closeSession();
+        // Closed before the next is opened under the same token: the portal
+        // handles calls on threads of their own, and one that found the old
+        // session still open would refuse the new one and end the old.
+        const QString closing = takeSession();
+        if (!closing.isEmpty()) {
+            const QDBusPendingCall closed = closeSession(closing);
+            co_await closed;
+            if (!self)
+                co_return;
+        }
         if (wanted.isEmpty())
             break;
         const auto shortcuts = wanted;
-        co_await forgetOtherBindings(shortcuts);
+        const QCoro::Task<> forgetting = forgetOtherBindings(shortcuts);
+        co_await forgetting;
         if (!self)
             co_return;
         if (changed)
             continue;
 
         const QList<PortalShortcut> asked = portalShortcuts(shortcuts);
-        // KDE's portal 5.27 binds the shortcuts given here and nothing that
-        // BindShortcuts asks for later.
-        const PortalResponse created =
-            co_await portalRequest(shortcutsInterface, u"CreateSession"_s, QVariantList(),
-                                   createOptions(token, asked), requestTimeout);
+        const QCoro::Task<PortalResponse> creating = createSession(token, asked);
+        const PortalResponse created = co_await creating;
         const QString handle = objectPathText(created.results.value(u"session_handle"_s));
         if (!self) {
             closePortalSession(handle);
@@ -253,11 +289,8 @@ QCoro::Task<> PortalHotKeyService::bind() {
         if (changed)
             continue;
 
-        // The interface itself binds through BindShortcuts, which desktops
-        // other than KDE need, and which may ask the user first.
-        const PortalResponse listed =
-            co_await portalRequest(shortcutsInterface, u"ListShortcuts"_s, sessionArguments(handle),
-                                   QVariantMap(), requestTimeout);
+        const QCoro::Task<PortalResponse> listing = listShortcuts(handle);
+        const PortalResponse listed = co_await listing;
         if (!self)
             co_return;
         if (changed)
@@ -268,9 +301,8 @@ QCoro::Task<> PortalHotKeyService::bind() {
             if (!listedIds.contains(shortcut.id))
                 missing << shortcut;
         if (!missing.isEmpty()) {
-            const PortalResponse answer = co_await portalRequest(
-                shortcutsInterface, u"BindShortcuts"_s, bindArguments(handle, missing),
-                QVariantMap(), dialogTimeout);
+            const QCoro::Task<PortalResponse> asking = bindShortcuts(handle, missing);
+            const PortalResponse answer = co_await asking;
             if (!self)
                 co_return;
             if (changed)
@@ -284,7 +316,8 @@ QCoro::Task<> PortalHotKeyService::bind() {
                         refuse(*identifier, HotKeyServiceError::declined);
                 }
         }
-        co_await checkBindings(shortcuts);
+        const QCoro::Task<> checking = checkBindings(shortcuts);
+        co_await checking;
         if (!self)
             co_return;
         if (changed)
@@ -298,13 +331,12 @@ QCoro::Task<> PortalHotKeyService::bind() {
 // portal is asked for later; the application's choice replaces them.
 QCoro::Task<> PortalHotKeyService::forgetOtherBindings(QHash<std::uint32_t, Wanted> shortcuts) {
     QPointer<PortalHotKeyService> self(this);
-    QDBusConnection bus = QDBusConnection::sessionBus();
     for (auto it = shortcuts.cbegin(); it != shortcuts.cend(); ++it) {
         if (!it->qtKey)
             continue;
         const QStringList action = kglobalaccelAction(it.key());
-        const QDBusMessage keys =
-            co_await bus.asyncCall(kglobalaccelCall(u"shortcut"_s, action), 5000);
+        const QDBusPendingCall asked = askKglobalaccel(u"shortcut"_s, action);
+        const QDBusMessage keys = co_await asked;
         if (!self)
             co_return;
         // No kglobalaccel (not KDE), or a shortcut it does not know yet.
@@ -313,7 +345,8 @@ QCoro::Task<> PortalHotKeyService::forgetOtherBindings(QHash<std::uint32_t, Want
         const QList<int> codes = qdbus_cast<QList<int>>(keys.arguments().constFirst());
         if (codes.isEmpty() || codes.constFirst() == *it->qtKey)
             continue;
-        co_await bus.asyncCall(kglobalaccelCall(u"unRegister"_s, action), 5000);
+        const QDBusPendingCall forgotten = askKglobalaccel(u"unRegister"_s, action);
+        co_await forgotten;
         if (!self)
             co_return;
     }
@@ -321,12 +354,11 @@ QCoro::Task<> PortalHotKeyService::forgetOtherBindings(QHash<std::uint32_t, Want
 
 QCoro::Task<> PortalHotKeyService::checkBindings(QHash<std::uint32_t, Wanted> shortcuts) {
     QPointer<PortalHotKeyService> self(this);
-    QDBusConnection bus = QDBusConnection::sessionBus();
     for (auto it = shortcuts.cbegin(); it != shortcuts.cend(); ++it) {
         if (!it->qtKey)
             continue;
-        const QDBusMessage keys = co_await bus.asyncCall(
-            kglobalaccelCall(u"shortcut"_s, kglobalaccelAction(it.key())), 5000);
+        const QDBusPendingCall asked = askKglobalaccel(u"shortcut"_s, kglobalaccelAction(it.key()));
+        const QDBusMessage keys = co_await asked;
         if (!self || changed)
             co_return;
         if (keys.type() != QDBusMessage::ReplyMessage || keys.arguments().isEmpty())

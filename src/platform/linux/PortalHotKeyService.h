@@ -82,7 +82,7 @@ private:
     QStringList kglobalaccelAction(std::uint32_t identifier) const;
     void refuse(std::uint32_t identifier, HotKeyServiceError error);
     void scheduleBind(int delayMs = 0);
-    void closeSession();
+    QString takeSession();
     QCoro::Task<> bind();
     QCoro::Task<> forgetOtherBindings(QHash<std::uint32_t, Wanted> shortcuts);
     QCoro::Task<> checkBindings(QHash<std::uint32_t, Wanted> shortcuts);

@@ -77,7 +77,10 @@ QCoro::Task<PortalResponse> portalRequest(QString interface, QString method, QVa
     QDBusMessage call =
         QDBusMessage::createMethodCall(Portal::service, Portal::path, interface, method);
     call.setArguments(arguments);
-    const QDBusMessage reply = co_await bus.asyncCall(call, int(timeout.count()));
+    // Awaits take values made before them: GCC 12 destroys an await
+    // expression's temporaries twice.
+    const QDBusPendingCall pending = bus.asyncCall(call, int(timeout.count()));
+    const QDBusMessage reply = co_await pending;
     if (reply.type() != QDBusMessage::ReplyMessage) {
         unwatchRequest(bus, requestPath, watcher);
         co_return failure(reply.errorName() + u": "_s + reply.errorMessage());
@@ -89,8 +92,10 @@ QCoro::Task<PortalResponse> portalRequest(QString interface, QString method, QVa
         requestPath = handle;
         watchRequest(bus, requestPath, watcher);
     }
-    if (!watcher.response)
-        co_await qCoro(&watcher, &PortalResponseWatcher::answered, timeout);
+    if (!watcher.response) {
+        const auto answered = qCoro(&watcher, &PortalResponseWatcher::answered, timeout);
+        co_await answered;
+    }
     unwatchRequest(bus, requestPath, watcher);
     if (!watcher.response) {
         // Whatever the request is still showing goes away with it.
@@ -101,11 +106,14 @@ QCoro::Task<PortalResponse> portalRequest(QString interface, QString method, QVa
     co_return *watcher.response;
 }
 
+QDBusMessage portalSessionClose(const QString& sessionHandle) {
+    return QDBusMessage::createMethodCall(Portal::service, sessionHandle, Portal::sessionInterface,
+                                          u"Close"_s);
+}
+
 void closePortalSession(const QString& sessionHandle, QDBusConnection bus) {
-    if (sessionHandle.isEmpty())
-        return;
-    bus.asyncCall(QDBusMessage::createMethodCall(Portal::service, sessionHandle,
-                                                 Portal::sessionInterface, u"Close"_s));
+    if (!sessionHandle.isEmpty())
+        bus.asyncCall(portalSessionClose(sessionHandle));
 }
 
 std::optional<uint> portalInterfaceVersion(const QString& interface, QDBusConnection bus) {

@@ -5,6 +5,7 @@
 
 #include <QDBusArgument>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -51,7 +52,8 @@ QCoro::Task<PortalResponse> portalRequest(QString interface, QString method, QVa
                                           QVariantMap options, std::chrono::milliseconds timeout,
                                           QDBusConnection bus = QDBusConnection::sessionBus());
 
-// Closes a portal session, without waiting.
+// The call that closes a portal session, and the same sent without waiting.
+QDBusMessage portalSessionClose(const QString& sessionHandle);
 void closePortalSession(const QString& sessionHandle,
                         QDBusConnection bus = QDBusConnection::sessionBus());
 

@@ -31,7 +31,9 @@ QString objectPathText(const QVariant& value) {
     return value.toString();
 }
 
-// Built outside the coroutine: GCC 12 miscompiles braced lists inside them.
+// The calls below are made outside the coroutine, which awaits only values
+// made before: GCC 12 destroys an await expression's temporaries twice, and
+// miscompiles braced lists inside coroutines.
 QVariantMap createOptions(const QString& token) {
     return {{u"session_handle_token"_s, token}};
 }
@@ -47,6 +49,21 @@ QVariantList sessionArguments(const QString& handle) {
 QVariantList startArguments(const QString& handle) {
     // The last one names the window a dialog belongs to: none.
     return {QVariant::fromValue(QDBusObjectPath(handle)), QString()};
+}
+
+QCoro::Task<PortalResponse> createSession(const QString& token) {
+    return portalRequest(remoteDesktopInterface, u"CreateSession"_s, QVariantList(),
+                         createOptions(token), selectTimeout);
+}
+
+QCoro::Task<PortalResponse> selectKeyboard(const QString& handle) {
+    return portalRequest(remoteDesktopInterface, u"SelectDevices"_s, sessionArguments(handle),
+                         keyboardOptions(), selectTimeout);
+}
+
+QCoro::Task<PortalResponse> startKeyboard(const QString& handle) {
+    return portalRequest(remoteDesktopInterface, u"Start"_s, startArguments(handle), QVariantMap(),
+                         startTimeout);
 }
 
 } // namespace
@@ -88,9 +105,8 @@ QCoro::Task<> RemoteDesktopKeyEventPoster::startSession() {
     static std::uint32_t sessions = 0;
     // A token of its own each time: the one of a session being closed may still be taken.
     const QString token = u"quendra_keys%1"_s.arg(++sessions);
-    const PortalResponse created =
-        co_await portalRequest(remoteDesktopInterface, u"CreateSession"_s, QVariantList(),
-                               createOptions(token), selectTimeout);
+    const QCoro::Task<PortalResponse> creating = createSession(token);
+    const PortalResponse created = co_await creating;
     const QString handle = objectPathText(created.results.value(u"session_handle"_s));
     if (!self) {
         closePortalSession(handle);
@@ -100,9 +116,8 @@ QCoro::Task<> RemoteDesktopKeyEventPoster::startSession() {
     if (!created.succeeded() || handle.isEmpty())
         failure = u"the portal opened no session (%1)"_s.arg(created.describe());
     if (failure.isEmpty()) {
-        const PortalResponse selected =
-            co_await portalRequest(remoteDesktopInterface, u"SelectDevices"_s,
-                                   sessionArguments(handle), keyboardOptions(), selectTimeout);
+        const QCoro::Task<PortalResponse> selecting = selectKeyboard(handle);
+        const PortalResponse selected = co_await selecting;
         if (!self) {
             closePortalSession(handle);
             co_return;
@@ -112,9 +127,8 @@ QCoro::Task<> RemoteDesktopKeyEventPoster::startSession() {
         refused = selected.cancelled();
     }
     if (failure.isEmpty()) {
-        const PortalResponse startedAnswer =
-            co_await portalRequest(remoteDesktopInterface, u"Start"_s, startArguments(handle),
-                                   QVariantMap(), startTimeout);
+        const QCoro::Task<PortalResponse> starting = startKeyboard(handle);
+        const PortalResponse startedAnswer = co_await starting;
         if (!self) {
             closePortalSession(handle);
             co_return;

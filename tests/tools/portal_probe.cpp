@@ -8,12 +8,12 @@
 //   portal_probe keys                        the portal's remote keyboard
 //   portal_probe names KEYSYM MODIFIERS      prints the portal trigger and the Qt key code
 //
-// Commands: "register ID KEYSYM MODIFIERS", "unregister ID", "paste" or
-// "paste shift", "quit". A keysym is a number (0x64 is d); modifiers are names
-// joined with "+" ("Ctrl+Alt"), or "-" for none.
-// Lines: "available yes|no", "registered ID" / "refused ID", "bound",
-// "pressed ID", "released ID", "failed ID unavailable|declined",
-// "started", "stopped", "start failed: REASON", "posted yes|no".
+// Commands: "register ID KEYSYM MODIFIERS", "unregister ID", "state" (through
+// the portal: "state bound" once the session holds the shortcuts of the
+// moment, else "state binding"), "paste" or "paste shift", "quit". A keysym is a number (0x64 is
+// d); modifiers are names joined with "+" ("Ctrl+Alt"), or "-" for none. Lines: "available yes|no",
+// "registered ID" / "refused ID", "bound", "pressed ID", "released ID", "failed ID
+// unavailable|declined", "started", "stopped", "start failed: REASON", "posted yes|no".
 
 #include "platform/linux/KGlobalAccelHotKeyService.h"
 #include "platform/linux/PortalHotKeyService.h"
@@ -115,6 +115,7 @@ int main(int argc, char** argv) {
         return names(a[1], a[2]);
 
     std::unique_ptr<HotKeyService> shortcuts;
+    PortalHotKeyService* portalShortcuts = nullptr;
     std::unique_ptr<RemoteDesktopKeyEventPoster> keys;
     const QHash<std::uint32_t, QString> descriptions{{1, u"Start or stop dictation"_s},
                                                      {2, u"Start or stop a note"_s}};
@@ -122,6 +123,7 @@ int main(int argc, char** argv) {
         say(u"available "_s + (PortalHotKeyService::available() ? u"yes"_s : u"no"_s));
         auto portal = std::make_unique<PortalHotKeyService>(descriptions, a[2]);
         QObject::connect(portal.get(), &PortalHotKeyService::bound, [] { say(u"bound"_s); });
+        portalShortcuts = portal.get();
         shortcuts = std::move(portal);
     } else if (a.size() == 3 && a[0] == u"shortcuts"_s && a[1] == u"kglobalaccel"_s) {
         say(u"available "_s + (KGlobalAccelHotKeyService::available() ? u"yes"_s : u"no"_s));
@@ -164,6 +166,8 @@ int main(int argc, char** argv) {
         } else if (c[0] == u"unregister"_s && c.size() == 2 && shortcuts) {
             shortcuts->unregisterHotKey(c[1].toUInt());
             say(u"unregistered "_s + c[1]);
+        } else if (c[0] == u"state"_s && portalShortcuts) {
+            say(portalShortcuts->isBound() ? u"state bound"_s : u"state binding"_s);
         } else if (c[0] == u"paste"_s && keys) {
             const bool shift = c.value(1) == u"shift"_s;
             const bool posted =

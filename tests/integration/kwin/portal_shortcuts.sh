@@ -65,6 +65,27 @@ wayland_press ctrl+alt+d
 sleep 1
 [ "$(count_lines "$log" '^pressed 1$')" = 4 ] || fail "the old keys still press it: $(cat "$log")"
 
+# Changes in quick succession, as while the user tries keys: the last one is
+# bound and presses.
+for keysym in 0x66 0x67 0x68 0x69 0x6a 0x6b 0x6c 0x65; do
+    probe_send shortcuts "unregister 1"
+    sleep 0.03
+    probe_send shortcuts "register 1 $keysym Ctrl+Alt"
+    sleep 0.03
+done
+settled() {
+    probe_send shortcuts state
+    sleep 0.1
+    [ "$(grep '^state' "$log" | tail -1)" = "state bound" ]
+}
+wait_ms 30000 settled || fail "the changes did not settle: $(cat "$log")"
+bound_is Parlevo hotkey-1 "$(qt_code 0x65 Ctrl+Alt)" ||
+    fail "the last keys were not bound: $(bound_code Parlevo hotkey-1)"
+presses="$(count_lines "$log" '^pressed 1$')"
+wayland_press ctrl+alt+e
+wait_ms 10000 has_lines "$log" '^pressed 1$' $((presses + 1)) || fail "after the changes: $(cat "$log")"
+grep -q '^failed' "$log" && fail "a change failed: $(cat "$log")"
+
 # The binding outlives the program: KDE keeps it, and the next run finds it.
 probe_quit shortcuts
 grep -qx 'hotkey-1=Ctrl+Alt+E,Ctrl+Alt+E,Start or stop dictation' \

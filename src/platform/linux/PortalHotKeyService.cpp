@@ -8,7 +8,7 @@
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusPendingCall>
-#include <QDBusServiceWatcher>
+#include <QPointer>
 #include <QSet>
 #include <QTimer>
 
@@ -134,13 +134,8 @@ PortalHotKeyService::PortalHotKeyService(QHash<std::uint32_t, QString> descripti
                 SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     bus.connect(Portal::service, Portal::path, shortcutsInterface, u"Deactivated"_s, this,
                 SLOT(deactivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
-    // The sessions go with the portal or its backend when either stops; the
-    // next one started gets ours again.
-    portalWatcher = new QDBusServiceWatcher(this);
-    portalWatcher->setConnection(bus);
-    portalWatcher->setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
-    portalWatcher->setWatchedServices(Portal::servicesOfSessions);
-    connect(portalWatcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
+    // The next portal started gets the shortcuts again.
+    whenPortalSessionsEnd(this, [this] {
         if (sessionHandle.isEmpty())
             return;
         sessionHandle.clear();

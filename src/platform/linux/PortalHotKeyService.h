@@ -7,15 +7,12 @@
 
 #include <QDBusObjectPath>
 #include <QHash>
-#include <QPointer>
 #include <QString>
 #include <QVariantMap>
 
 #include <QCoro/QCoroTask>
 
 #include <optional>
-
-class QDBusServiceWatcher;
 
 namespace quendra {
 
@@ -96,7 +93,6 @@ private:
     bool changed = false;
     bool bindScheduled = false;
     HeldShortcuts held;
-    QDBusServiceWatcher* portalWatcher = nullptr;
 };
 
 } // namespace quendra

@@ -3,6 +3,7 @@
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
+#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 
 #include <QCoro/QCoroDBusPendingCall>
@@ -109,6 +110,16 @@ QCoro::Task<PortalResponse> portalRequest(QString interface, QString method, QVa
 QDBusMessage portalSessionClose(const QString& sessionHandle) {
     return QDBusMessage::createMethodCall(Portal::service, sessionHandle, Portal::sessionInterface,
                                           u"Close"_s);
+}
+
+void whenPortalSessionsEnd(QObject* context, std::function<void()> ended, QDBusConnection bus) {
+    auto* watcher = new QDBusServiceWatcher(context);
+    watcher->setConnection(bus);
+    watcher->setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+    watcher->setWatchedServices({Portal::service, u"org.freedesktop.impl.portal.desktop.kde"_s,
+                                 u"org.freedesktop.impl.portal.desktop.gnome"_s});
+    QObject::connect(watcher, &QDBusServiceWatcher::serviceUnregistered, context,
+                     [ended = std::move(ended)] { ended(); });
 }
 
 void closePortalSession(const QString& sessionHandle, QDBusConnection bus) {

@@ -9,12 +9,12 @@
 #include <QList>
 #include <QObject>
 #include <QString>
-#include <QStringList>
 #include <QVariantMap>
 
 #include <QCoro/QCoroTask>
 
 #include <chrono>
+#include <functional>
 #include <optional>
 
 namespace quendra {
@@ -23,11 +23,6 @@ namespace Portal {
 inline const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
 inline const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 inline const QString sessionInterface = QStringLiteral("org.freedesktop.portal.Session");
-// The portal and the desktops' backends behind it that keep its sessions:
-// when one of them stops, the sessions are gone.
-inline const QStringList servicesOfSessions = {
-    service, QStringLiteral("org.freedesktop.impl.portal.desktop.kde"),
-    QStringLiteral("org.freedesktop.impl.portal.desktop.gnome")};
 } // namespace Portal
 
 struct PortalResponse {
@@ -56,6 +51,12 @@ QCoro::Task<PortalResponse> portalRequest(QString interface, QString method, QVa
 QDBusMessage portalSessionClose(const QString& sessionHandle);
 void closePortalSession(const QString& sessionHandle,
                         QDBusConnection bus = QDBusConnection::sessionBus());
+
+// Calls ended, in context, each time the portal or a desktop's backend behind
+// it stops: its sessions are gone then, without a word to their owners (keys
+// sent to one are taken and dropped).
+void whenPortalSessionsEnd(QObject* context, std::function<void()> ended,
+                           QDBusConnection bus = QDBusConnection::sessionBus());
 
 // The interface version the portal offers for interface, or nothing when it
 // offers none (no portal, or no backend implementing it). Waits for the

@@ -6,7 +6,6 @@
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
-#include <QDBusServiceWatcher>
 #include <QPointer>
 #include <QTimer>
 
@@ -70,13 +69,7 @@ QCoro::Task<PortalResponse> startKeyboard(const QString& handle) {
 
 RemoteDesktopKeyEventPoster::RemoteDesktopKeyEventPoster(QObject* parent)
     : QObject(parent) {
-    // Sessions end with the portal, or with its desktop's backend, without a
-    // word (keys sent then are taken and dropped): a new one is started.
-    auto* portalWatcher = new QDBusServiceWatcher(this);
-    portalWatcher->setConnection(QDBusConnection::sessionBus());
-    portalWatcher->setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
-    portalWatcher->setWatchedServices(Portal::servicesOfSessions);
-    connect(portalWatcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
+    whenPortalSessionsEnd(this, [this] {
         if (!isStarted())
             return;
         forgetSession();

@@ -26,6 +26,14 @@ probe_send() {
     printf '%s\n' "$@" >&"${!fd}"
 }
 
+# Succeeds when NAME's portal session holds its shortcuts as they are now
+# (for wait_ms).
+probe_settled() {
+    probe_send "$1" state
+    sleep 0.1
+    [ "$(grep '^state' "$harness_dir/$1.log" | tail -1)" = "state bound" ]
+}
+
 # Asks NAME to quit and waits until it has.
 probe_quit() {
     local pid="probe_pid_$1"
@@ -57,6 +65,23 @@ invoke_shortcut() {
         org.kde.KGlobalAccel.getComponent "string:$1" | tr -d ' ')"
     dbus-send --session --print-reply --dest=org.kde.kglobalaccel "$path" \
         org.kde.kglobalaccel.Component.invokeShortcut "string:$2" >/dev/null
+}
+
+# Stops the KDE side of the portal the harness started, as a crash would.
+stop_kde_portal() {
+    local pid found=""
+    for pid in "${harness_pids[@]}"; do
+        [[ "$(tr '\0' ' ' 2>/dev/null <"/proc/$pid/cmdline")" == *xdg-desktop-portal-kde* ]] &&
+            kill -0 "$pid" 2>/dev/null && found="$pid"
+    done
+    [ -n "$found" ] || { echo "the KDE portal's process was not found" >&2; return 1; }
+    kill "$found"
+    harness_wait 10 sh -c "! kill -0 $found 2>/dev/null" ||
+        { echo "the KDE portal did not stop" >&2; return 1; }
+}
+
+start_kde_portal() {
+    harness_spawn "portal-kde-$RANDOM" "$(ls /usr/lib/*/libexec/xdg-desktop-portal-kde | head -1)"
 }
 
 # Holds a key combination down for SECONDS, long enough for the keyboard to

@@ -134,12 +134,12 @@ PortalHotKeyService::PortalHotKeyService(QHash<std::uint32_t, QString> descripti
                 SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     bus.connect(Portal::service, Portal::path, shortcutsInterface, u"Deactivated"_s, this,
                 SLOT(deactivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
-    // The next portal started gets the shortcuts again.
+    // The next portal started gets the shortcuts again. The session is closed
+    // first all the same: the portal itself may still hold it when only its
+    // backend stopped, and would refuse a new one under the same token.
     whenPortalSessionsEnd(this, [this] {
-        if (sessionHandle.isEmpty())
-            return;
-        sessionHandle.clear();
-        scheduleBind(1000);
+        if (!sessionHandle.isEmpty())
+            scheduleBind(1000);
     });
 }
 

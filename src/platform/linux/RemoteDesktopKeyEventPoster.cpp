@@ -72,6 +72,8 @@ RemoteDesktopKeyEventPoster::RemoteDesktopKeyEventPoster(QObject* parent)
     whenPortalSessionsEnd(this, [this] {
         if (!isStarted())
             return;
+        // The portal itself may still hold it when only its backend stopped.
+        closePortalSession(sessionHandle);
         forgetSession();
         QTimer::singleShot(1000, this, &RemoteDesktopKeyEventPoster::start);
     });

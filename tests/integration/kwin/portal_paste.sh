@@ -48,17 +48,11 @@ field_holds single-line "$words$words" || fail "the paste also reached the singl
 # comes back: the keyboard is started again and pastes work again.
 probe focus "$app" single-line
 probe clear "$app" single-line
-kde_pid=""
-for i in "${!harness_pids[@]}"; do
-    [[ "$(cat "/proc/${harness_pids[i]}/cmdline" 2>/dev/null | tr '\0' ' ')" == *xdg-desktop-portal-kde* ]] &&
-        kde_pid="${harness_pids[i]}"
-done
-[ -n "$kde_pid" ] || fail "the KDE portal's process was not found"
-kill "$kde_pid"
+stop_kde_portal || fail "the KDE portal could not be stopped"
 wait_ms 10000 grep -qx stopped "$log" || fail "the end of the session went unseen: $(cat "$log")"
 probe_send keys paste
 wait_ms 10000 has_lines "$log" '^posted no$' 1 || fail "a paste without a session was claimed: $(cat "$log")"
-harness_spawn portal-kde-again "$(ls /usr/lib/*/libexec/xdg-desktop-portal-kde | head -1)"
+start_kde_portal
 wait_ms 30000 has_lines "$log" '^started$' 2 || fail "the keyboard was not started again: $(cat "$log")"
 probe_send keys paste
 wait_ms 10000 field_holds single-line "$words" ||

@@ -73,12 +73,7 @@ for keysym in 0x66 0x67 0x68 0x69 0x6a 0x6b 0x6c 0x65; do
     probe_send shortcuts "register 1 $keysym Ctrl+Alt"
     sleep 0.03
 done
-settled() {
-    probe_send shortcuts state
-    sleep 0.1
-    [ "$(grep '^state' "$log" | tail -1)" = "state bound" ]
-}
-wait_ms 30000 settled || fail "the changes did not settle: $(cat "$log")"
+wait_ms 30000 probe_settled shortcuts || fail "the changes did not settle: $(cat "$log")"
 bound_is Parlevo hotkey-1 "$(qt_code 0x65 Ctrl+Alt)" ||
     fail "the last keys were not bound: $(bound_code Parlevo hotkey-1)"
 presses="$(count_lines "$log" '^pressed 1$')"
@@ -96,6 +91,14 @@ probe_send again "register 1 0x65 Ctrl+Alt"
 wait_ms 20000 has_lines "$log" '^bound$' 1 || fail "not bound again: $(cat "$log")"
 wayland_press ctrl+alt+e
 wait_ms 10000 has_lines "$log" '^pressed 1$' 1 || fail "the next run's press: $(cat "$log")"
+
+# The desktop's side of the portal stops and comes back: the shortcut is
+# bound again and presses.
+stop_kde_portal || fail "the KDE portal could not be stopped"
+start_kde_portal
+wait_ms 30000 has_lines "$log" '^bound$' 2 || fail "not bound after the restart: $(cat "$log")"
+wayland_press ctrl+alt+e
+wait_ms 10000 has_lines "$log" '^pressed 1$' 2 || fail "no press after the restart: $(cat "$log")"
 
 # Keys KWin holds itself (Meta+D shows the desktop) are reported, not claimed.
 probe_send again "register 4 0x64 Super"

@@ -210,6 +210,17 @@ void QuendraApp::recoverNotes() {
 }
 
 void QuendraApp::registerShortcuts() {
+    // A desktop that asks the user may refuse a shortcut after it was taken.
+    if (auto hotKey = context.dictationHotKey())
+        connect(*hotKey, &HotKeyManager::failed, this, [this](HotKeyError error) {
+            model->setHotKeyError(message(error));
+            qWarning("parlevo: %s", qPrintable(message(error)));
+        });
+    if (auto notesHotKey = context.notesHotKey())
+        connect(*notesHotKey, &HotKeyManager::failed, this, [this](HotKeyError error) {
+            model->setNotesHotKeyError(message(error));
+            qWarning("parlevo: %s", qPrintable(message(error)));
+        });
     if (!shortcutSettings) {
         auto hotKey = context.dictationHotKey();
         auto notesHotKey = context.notesHotKey();

@@ -344,6 +344,13 @@ QCoro::Task<bool> InsertionService::paste(QString text, InsertionTarget target) 
 
     const PasteKeys keyChoice =
         target.role == AccessibleRole::terminal ? PasteKeys::controlShift : PasteKeys::control;
+    // A dictation right after start, or a command, may come before the
+    // desktop has given us its keyboard.
+    for (int waited = 0; keys.isStarting() && waited < 3000; waited += 25) {
+        co_await QCoro::sleepFor(25ms);
+        if (!self)
+            co_return false;
+    }
     if (!keys.postPaste(keyChoice)) {
         settleClipboard(snapshot, written);
         co_return false;

@@ -11,6 +11,9 @@ public:
     virtual ~KeyEventPoster() = default;
     // Presses and releases V with the modifiers; false when no event could be made.
     virtual bool postPaste(PasteKeys keys) = 0;
+    // Whether the keyboard is still being set up (a desktop portal's session):
+    // a paste now would make no event, one a moment later would.
+    virtual bool isStarting() const { return false; }
 };
 
 } // namespace quendra

@@ -16,9 +16,28 @@ QString message(HotKeyError error) {
         return u"This desktop does not let applications take a shortcut. Bind a key to "
                "Parlevo’s command in the desktop’s keyboard settings; “parlevo doctor” says "
                "how."_s;
+    case HotKeyError::declined:
+        return u"Your desktop did not allow this shortcut. Allow it in the desktop’s settings, or "
+               "choose another one."_s;
     }
     return {};
 }
+
+namespace {
+
+HotKeyError toHotKeyError(HotKeyServiceError error) {
+    switch (error) {
+    case HotKeyServiceError::unavailable:
+        break;
+    case HotKeyServiceError::notOffered:
+        return HotKeyError::notOffered;
+    case HotKeyServiceError::declined:
+        return HotKeyError::declined;
+    }
+    return HotKeyError::unavailable;
+}
+
+} // namespace
 
 HotKeyManager::HotKeyManager(HotKeyService& service, std::uint32_t identifier, QObject* parent)
     : QObject(parent)
@@ -32,6 +51,13 @@ HotKeyManager::HotKeyManager(HotKeyService& service, std::uint32_t identifier, Q
                 Q_EMIT pressed();
         },
         Qt::QueuedConnection);
+    connect(&service, &HotKeyService::registrationFailed, this,
+            [this](std::uint32_t failedIdentifier, HotKeyServiceError error) {
+                if (failedIdentifier != hotKeyID)
+                    return;
+                registered.reset();
+                Q_EMIT failed(toHotKeyError(error));
+            });
 }
 
 HotKeyManager::~HotKeyManager() {
@@ -52,9 +78,7 @@ HotKeyManager::registerShortcut(const DictationShortcut& shortcut) {
     }
     if (const auto taken = service.registerHotKey(hotKeyID, shortcut.keysym, shortcut.modifiers);
         !taken)
-        return std::unexpected(taken.error() == HotKeyServiceError::notOffered
-                                   ? HotKeyError::notOffered
-                                   : HotKeyError::unavailable);
+        return std::unexpected(toHotKeyError(taken.error()));
     registered = shortcut;
     if (hotKeyLog)
         std::fprintf(stderr, "qa registered shortcut=%s\n", qUtf8Printable(shortcut.displayName()));

@@ -12,7 +12,7 @@
 
 namespace quendra {
 
-enum class HotKeyError { unavailable, notOffered };
+enum class HotKeyError { unavailable, notOffered, declined };
 
 QString message(HotKeyError error);
 
@@ -42,6 +42,9 @@ Q_SIGNALS:
     // Once per press, never for auto-repeats, never inside the service's own
     // event dispatch.
     void pressed();
+    // A shortcut the desktop refused after registerShortcut took it; none is
+    // registered any more.
+    void failed(quendra::HotKeyError error);
 
 private:
     MainThreadChecker checker;

@@ -73,7 +73,7 @@ void FakePasteboard::writeItems(const QList<PasteboardItem>& items) {
 }
 
 bool FakeKeyEventPoster::postPaste(PasteKeys keys) {
-    if (!available)
+    if (!available || starting)
         return false;
     posted.append(keys);
     if (onPaste)

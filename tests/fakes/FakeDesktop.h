@@ -55,11 +55,14 @@ public:
 class FakeKeyEventPoster : public KeyEventPoster {
 public:
     bool available = true;
+    // A keyboard still being set up makes no event until it is ready.
+    bool starting = false;
     QList<PasteKeys> posted;
     // What the focused application does with the keys.
     std::function<void(PasteKeys)> onPaste;
 
     bool postPaste(PasteKeys keys) override;
+    bool isStarting() const override { return starting; }
 };
 
 class FakeHotKeyService : public HotKeyService {

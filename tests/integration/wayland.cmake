@@ -27,11 +27,16 @@ if(TARGET parlevo)
 endif()
 
 # A whole dictation with the installed application, toggled by a key the
-# desktop knows: on sway the binding the doctor adds.
+# desktop knows: on sway the binding the doctor adds, on KWin the shortcut
+# the application asked of the portal.
 if(TARGET parlevo AND TARGET parlevo-sphinx-worker)
-    add_test(NAME integration.wayland_dictation_sway
-             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/desktop/wayland_dictation.sh sway
-                     ${CMAKE_BINARY_DIR})
+    foreach(compositor sway kwin)
+        add_test(NAME integration.wayland_dictation_${compositor}
+                 COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/desktop/wayland_dictation.sh
+                         ${compositor} ${CMAKE_BINARY_DIR})
+    endforeach()
     set_tests_properties(integration.wayland_dictation_sway PROPERTIES
                          LABELS "integration;wayland;dictation" TIMEOUT 600 RUN_SERIAL ON)
+    set_tests_properties(integration.wayland_dictation_kwin PROPERTIES
+                         LABELS "integration;wayland;kwin;dictation" TIMEOUT 600 RUN_SERIAL ON)
 endif()

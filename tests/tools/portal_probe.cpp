@@ -15,6 +15,7 @@
 // "registered ID" / "refused ID", "bound", "pressed ID", "released ID", "failed ID
 // unavailable|declined", "started", "stopped", "start failed: REASON", "posted yes|no".
 
+#include "platform/DesktopBindings.h"
 #include "platform/linux/KGlobalAccelHotKeyService.h"
 #include "platform/linux/PortalHotKeyService.h"
 #include "platform/linux/RemoteDesktopKeyEventPoster.h"
@@ -58,6 +59,8 @@ QString errorName(HotKeyServiceError error) {
         return u"unavailable"_s;
     case HotKeyServiceError::declined:
         return u"declined"_s;
+    case HotKeyServiceError::notOffered:
+        return u"not offered"_s;
     }
     return {};
 }

@@ -8,15 +8,24 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quendra {
 
-QString keysymName(std::uint32_t keysym) {
+std::optional<QString> keysymName(std::uint32_t keysym) {
+    if (keysym == XKB_KEY_NoSymbol)
+        return std::nullopt;
     std::array<char, 64> name{};
-    const int length = xkb_keysym_get_name(keysym, name.data(), name.size());
-    if (length <= 0)
-        return u"0x%1"_s.arg(keysym, 0, 16);
-    // Bindings name letters in lower case; Shift is a modifier of its own.
-    const QString text = QString::fromUtf8(name.data());
-    return text.size() == 1 ? text.toLower() : text;
+    const int length = xkb_keysym_get_name(xkb_keysym_to_lower(keysym), name.data(), name.size());
+    // A keysym without a name comes back as its number, which no desktop parses.
+    if (length <= 0 || std::size_t(length) >= name.size() || (name[0] == '0' && name[1] == 'x'))
+        return std::nullopt;
+    return QString::fromLatin1(name.data(), length);
 }
+
+namespace {
+
+QString keyText(std::uint32_t keysym) {
+    return keysymName(keysym).value_or(u"0x%1"_s.arg(keysym, 0, 16));
+}
+
+} // namespace
 
 QString gnomeAccelerator(const DictationShortcut& shortcut) {
     QString text;
@@ -28,7 +37,7 @@ QString gnomeAccelerator(const DictationShortcut& shortcut) {
         text += u"<Shift>"_s;
     if (shortcut.modifiers & ShortcutModifier::super)
         text += u"<Super>"_s;
-    return text + keysymName(shortcut.keysym);
+    return text + keyText(shortcut.keysym);
 }
 
 namespace {
@@ -51,13 +60,29 @@ QStringList modifierWords(ShortcutModifiers modifiers, bool upper) {
 
 QString swayBinding(const DictationShortcut& shortcut) {
     QStringList parts = modifierWords(shortcut.modifiers, false);
-    parts << keysymName(shortcut.keysym);
+    parts << keyText(shortcut.keysym);
     return parts.join(u'+');
 }
 
 QString hyprlandBinding(const DictationShortcut& shortcut) {
-    return modifierWords(shortcut.modifiers, true).join(u' ') + u", "_s +
-           keysymName(shortcut.keysym);
+    return modifierWords(shortcut.modifiers, true).join(u' ') + u", "_s + keyText(shortcut.keysym);
+}
+
+std::optional<QString> portalTrigger(std::uint32_t keysym, ShortcutModifiers modifiers) {
+    const auto name = keysymName(keysym);
+    if (!name)
+        return std::nullopt;
+    QStringList parts;
+    if (modifiers.testFlag(ShortcutModifier::ctrl))
+        parts << u"CTRL"_s;
+    if (modifiers.testFlag(ShortcutModifier::alt))
+        parts << u"ALT"_s;
+    if (modifiers.testFlag(ShortcutModifier::shift))
+        parts << u"SHIFT"_s;
+    if (modifiers.testFlag(ShortcutModifier::super))
+        parts << u"LOGO"_s;
+    parts << *name;
+    return parts.join(u'+');
 }
 
 } // namespace quendra

@@ -1,8 +1,11 @@
 #include "AtspiAccessibility.h"
 #include "AtspiWorkspace.h"
+#include "KGlobalAccelHotKeyService.h"
 #include "NoPasteKeys.h"
+#include "PortalHotKeyService.h"
 #include "QtPasteboard.h"
 #include "QtScreens.h"
+#include "RemoteDesktopKeyEventPoster.h"
 #include "UnofferedHotKeyService.h"
 #include "VirtualKeyboardKeyEventPoster.h"
 #include "WaylandPasteboard.h"
@@ -10,6 +13,7 @@
 #include "X11Workspace.h"
 #include "XTestKeyEventPoster.h"
 #include "platform/DesktopServices.h"
+#include "session/HotKeyManager.h"
 
 #include <QDBusConnection>
 #include <QDBusInterface>
@@ -24,6 +28,25 @@ using namespace Qt::Literals::StringLiterals;
 namespace quendra {
 
 namespace {
+
+// What the desktop's shortcut settings show beside each of our shortcuts.
+QHash<std::uint32_t, QString> shortcutDescriptions() {
+    return {{HotKeyManager::dictationIdentifier, u"Start or stop dictation"_s},
+            {HotKeyManager::notesIdentifier, u"Start or stop a note"_s}};
+}
+
+std::unique_ptr<HotKeyService> waylandHotKeys(const DesktopSession& session) {
+    switch (DesktopServices::shortcutRoute(session)) {
+    case DesktopServices::ShortcutRoute::globalShortcutsPortal:
+        return std::make_unique<PortalHotKeyService>(shortcutDescriptions());
+    case DesktopServices::ShortcutRoute::kglobalaccel:
+        return std::make_unique<KGlobalAccelHotKeyService>(shortcutDescriptions());
+    case DesktopServices::ShortcutRoute::x11Grab:
+    case DesktopServices::ShortcutRoute::desktopSettings:
+        break;
+    }
+    return std::make_unique<UnofferedHotKeyService>();
+}
 
 std::expected<DesktopServices, QString> connectWayland(DesktopSession session) {
     if (QGuiApplication::platformName() != u"wayland"_s)
@@ -46,13 +69,17 @@ std::expected<DesktopServices, QString> connectWayland(DesktopSession session) {
             services.keys = std::make_unique<VirtualKeyboardKeyEventPoster>();
         break;
     case PasteRoute::remoteDesktopPortal:
+        // Started at once: its session takes three round trips with the portal.
+        if (RemoteDesktopKeyEventPoster::available())
+            services.keys = std::make_unique<RemoteDesktopKeyEventPoster>();
+        break;
     case PasteRoute::x11Keys:
     case PasteRoute::none:
         break;
     }
     if (!services.keys)
         services.keys = std::make_unique<NoPasteKeys>();
-    services.hotKeys = std::make_unique<UnofferedHotKeyService>();
+    services.hotKeys = waylandHotKeys(session);
     services.screens = std::make_unique<QtScreens>();
     return services;
 }
@@ -139,6 +166,12 @@ DesktopServices::AccessibilityStatus DesktopServices::accessibilityStatus() {
 DesktopServices::ShortcutRoute DesktopServices::shortcutRoute(const DesktopSession& session) {
     if (!session.isWayland())
         return ShortcutRoute::x11Grab;
+    // Asked once per process: finding the portal may start it.
+    static const bool portal = PortalHotKeyService::available();
+    if (portal)
+        return ShortcutRoute::globalShortcutsPortal;
+    if (session.family == DesktopFamily::kde && KGlobalAccelHotKeyService::available())
+        return ShortcutRoute::kglobalaccel;
     return ShortcutRoute::desktopSettings;
 }
 

@@ -2,6 +2,7 @@
 
 #include "PortalRequest.h"
 #include "ShortcutKeys.h"
+#include "platform/DesktopBindings.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>

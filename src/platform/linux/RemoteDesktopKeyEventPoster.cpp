@@ -77,7 +77,7 @@ RemoteDesktopKeyEventPoster::RemoteDesktopKeyEventPoster(QObject* parent)
         forgetSession();
         QTimer::singleShot(1000, this, &RemoteDesktopKeyEventPoster::start);
     });
-    QTimer::singleShot(0, this, &RemoteDesktopKeyEventPoster::start);
+    start();
 }
 
 RemoteDesktopKeyEventPoster::~RemoteDesktopKeyEventPoster() {

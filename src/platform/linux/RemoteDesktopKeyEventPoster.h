@@ -17,9 +17,8 @@ namespace quendra {
 // Synthetic keys through the desktop portal's RemoteDesktop keyboard (KDE
 // Plasma grants it without asking; GNOME asks the user once per session).
 //
-// The session is started as soon as the event loop runs after construction,
-// in the background: starting takes three portal round trips (and, on GNOME,
-// the user's answer), which a paste cannot wait for in the middle of a
+// The session is started at construction, in the background: starting takes three portal round
+// trips (and, on GNOME, the user's answer), which a paste cannot wait for in the middle of a
 // dictation. Until it has started, and after the desktop closes it,
 // postPaste makes no event and says so; a closed session is started again.
 class RemoteDesktopKeyEventPoster : public QObject, public KeyEventPoster {
@@ -34,6 +33,7 @@ public:
 
     bool postPaste(PasteKeys keys) override;
 
+    bool isStarting() const override { return starting; }
     bool isStarted() const { return !sessionHandle.isEmpty(); }
 
 Q_SIGNALS:

@@ -53,28 +53,6 @@ constexpr NamedKey namedKeys[] = {
 
 } // namespace
 
-std::optional<QString> portalTrigger(std::uint32_t keysym, ShortcutModifiers modifiers) {
-    // Shortcuts name the unshifted key ("SHIFT+d"), whatever the recorder saw.
-    const xkb_keysym_t lower = xkb_keysym_to_lower(keysym);
-    char name[64];
-    const int length = xkb_keysym_get_name(lower, name, sizeof name);
-    // A keysym without a name comes back as its number, which no desktop parses.
-    if (keysym == XKB_KEY_NoSymbol || length <= 0 || std::size_t(length) >= sizeof name ||
-        (name[0] == '0' && name[1] == 'x'))
-        return std::nullopt;
-    QStringList parts;
-    if (modifiers.testFlag(ShortcutModifier::ctrl))
-        parts << u"CTRL"_s;
-    if (modifiers.testFlag(ShortcutModifier::alt))
-        parts << u"ALT"_s;
-    if (modifiers.testFlag(ShortcutModifier::shift))
-        parts << u"SHIFT"_s;
-    if (modifiers.testFlag(ShortcutModifier::super))
-        parts << u"LOGO"_s;
-    parts << QString::fromLatin1(name, length);
-    return parts.join(u'+');
-}
-
 std::optional<int> qtKeyCode(std::uint32_t keysym, ShortcutModifiers modifiers) {
     int key = 0;
     if (keysym >= XKB_KEY_F1 && keysym <= XKB_KEY_F35)

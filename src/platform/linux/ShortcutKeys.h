@@ -12,11 +12,6 @@
 
 namespace quendra {
 
-// The text the shortcuts portal takes as a preferred trigger: modifiers
-// CTRL, ALT, SHIFT, LOGO then the keysym's name, joined by "+"
-// ("CTRL+ALT+d", "LOGO+space"). Nothing for a keysym without a name.
-std::optional<QString> portalTrigger(std::uint32_t keysym, ShortcutModifiers modifiers);
-
 // The Qt key code (modifiers or-ed with the Qt::Key) kglobalaccel stores
 // shortcuts as. Nothing for a key Qt has no code for.
 std::optional<int> qtKeyCode(std::uint32_t keysym, ShortcutModifiers modifiers);

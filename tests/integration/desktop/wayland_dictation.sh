@@ -34,7 +34,8 @@ sway)
     app_start_on_bus || fail "the installed application did not start"
     ;;
 kwin)
-    app_start
+    # As a session start would: no window over the field.
+    app_start --autostart
     shortcut="$(app_wait_shortcut)" || fail "the portal did not take the shortcut: $(cat "$app_log")"
     echo "shortcut: $shortcut"
     ;;

@@ -350,3 +350,13 @@ TEST_F(AccessibleTextFirstTest, AFieldWithoutEditableTextTakesThePasteAndIsReadB
     EXPECT_EQ(field->strings[AccessibleStringAttribute::value], u"$ ls"_s);
     EXPECT_TRUE(ax.writtenTexts.isEmpty());
 }
+
+TEST_F(AccessibleTextFirstTest, APasteWaitsForAKeyboardTheDesktopIsStillHandingOver) {
+    field->role = AccessibleRole::terminal;
+    field->selectedTextSettable = false;
+    const InsertionTarget target = remembered();
+    keys.starting = true;
+    QTimer::singleShot(200, [this] { keys.starting = false; });
+    EXPECT_EQ(insert(u"ls"_s, target), InsertionResult::inserted);
+    EXPECT_EQ(field->strings[AccessibleStringAttribute::value], u"ls"_s);
+}

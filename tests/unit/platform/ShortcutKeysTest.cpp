@@ -1,4 +1,5 @@
 #include "platform/linux/ShortcutKeys.h"
+#include "platform/DesktopBindings.h"
 #include "support/TestSupport.h"
 
 #include <QKeySequence>

@@ -93,6 +93,35 @@ CheckOutcome checkShortcut(AppContext& app) {
                        shortcut.displayName())};
 }
 
+CheckOutcome checkPasting(AppContext&) {
+    const DesktopSession session = DesktopSession::current();
+    const bool available = DesktopServices::pasteKeysAvailable(session);
+    const QString fallback = u"text for terminals and other fields without editable text stays "
+                             "in History and on the clipboard."_s;
+    switch (session.pasteRoute()) {
+    case PasteRoute::x11Keys:
+        return {available, available ? u"Pasted keys reach the focused application."_s
+                                     : u"No keys can be sent to other applications: "_s + fallback};
+    case PasteRoute::virtualKeyboard:
+        return {available, available
+                               ? u"Terminals and other fields without editable text get a paste "
+                                 "from a virtual keyboard."_s
+                               : u"This compositor offers no virtual keyboard: "_s + fallback};
+    case PasteRoute::remoteDesktopPortal:
+        return {available, available
+                               ? u"Terminals and other fields without editable text get a paste "
+                                 "through the desktop portal’s keyboard."_s
+                               : u"The desktop portal’s keyboard is missing (install "
+                                 "xdg-desktop-portal-kde): "_s +
+                                     fallback};
+    case PasteRoute::none:
+        break;
+    }
+    return {true, u"Text is written through the accessibility bus; this desktop lets no program "
+                  "type into another, so "_s +
+                      fallback};
+}
+
 CheckOutcome checkSoundServer(AppContext& app) {
     if (app.microphonePermission().granted())
         return {true, u"The sound server answers and offers a microphone."_s};
@@ -113,11 +142,9 @@ CheckOutcome checkKeyring(AppContext& app) {
 // Each check is one entry.
 QList<DoctorCheck> doctorChecks() {
     return {
-        {u"Display server"_s, checkDisplay},
-        {u"Accessibility"_s, checkAccessibility},
-        {u"Dictation shortcut"_s, checkShortcut},
-        {u"Sound server"_s, checkSoundServer},
-        {u"Keyring"_s, checkKeyring},
+        {u"Display server"_s, checkDisplay},      {u"Accessibility"_s, checkAccessibility},
+        {u"Dictation shortcut"_s, checkShortcut}, {u"Pasting"_s, checkPasting},
+        {u"Sound server"_s, checkSoundServer},    {u"Keyring"_s, checkKeyring},
     };
 }
 

@@ -52,6 +52,8 @@ struct DesktopServices {
         desktopSettings,       // none: the user binds Parlevo's command in the desktop
     };
     static ShortcutRoute shortcutRoute(const DesktopSession& session);
+    // Whether the session's paste route (DesktopSession::pasteRoute) is there.
+    static bool pasteKeysAvailable(const DesktopSession& session);
     // Asks the server for the shortcut's keys and gives them back at once.
     static bool canRegisterHotKey(const DictationShortcut& shortcut);
     // Turns accessibility on for applications started from now on.

@@ -175,6 +175,20 @@ DesktopServices::ShortcutRoute DesktopServices::shortcutRoute(const DesktopSessi
     return ShortcutRoute::desktopSettings;
 }
 
+bool DesktopServices::pasteKeysAvailable(const DesktopSession& session) {
+    switch (session.pasteRoute()) {
+    case PasteRoute::x11Keys:
+        return displayStatus().reachable;
+    case PasteRoute::virtualKeyboard:
+        return VirtualKeyboardKeyEventPoster::available();
+    case PasteRoute::remoteDesktopPortal:
+        return RemoteDesktopKeyEventPoster::available();
+    case PasteRoute::none:
+        break;
+    }
+    return false;
+}
+
 bool DesktopServices::canRegisterHotKey(const DictationShortcut& shortcut) {
     if (shortcutRoute(DesktopSession::current()) != ShortcutRoute::x11Grab)
         return false;

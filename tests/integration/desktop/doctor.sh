@@ -12,7 +12,7 @@ sound_server
 out="$harness_dir/doctor.log"
 
 "$parlevo" doctor >"$out" 2>&1 || fail "doctor failed on a working desktop: $(cat "$out")"
-[ "$(count_lines "$out" '^ok ')" -eq 5 ] || fail "not every check passed: $(cat "$out")"
+! grep -q '^FIX' "$out" || fail "not every check passed: $(cat "$out")"
 
 # Accessibility turned off is named, and --enable-accessibility turns it on.
 dbus-send --session --print-reply --dest=org.a11y.Bus /org/a11y/bus \

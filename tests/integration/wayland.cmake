@@ -33,7 +33,8 @@ if(TARGET parlevo AND TARGET parlevo-sphinx-worker)
     foreach(compositor sway kwin)
         add_test(NAME integration.wayland_dictation_${compositor}
                  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/integration/desktop/wayland_dictation.sh
-                         ${compositor} ${CMAKE_BINARY_DIR})
+                         ${compositor} ${CMAKE_BINARY_DIR}
+                         ${CMAKE_BINARY_DIR}/test-output/wayland_dictation)
     endforeach()
     set_tests_properties(integration.wayland_dictation_sway PROPERTIES
                          LABELS "integration;wayland;dictation" TIMEOUT 600 RUN_SERIAL ON)

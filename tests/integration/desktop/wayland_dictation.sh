@@ -5,9 +5,10 @@
 # on KWin the shortcut the application asked of the portal), LibriVox speech
 # plays into the microphone, the key ends it, and the text lands in the
 # focused GTK field, written through the accessibility layer and read back.
-# Usage: wayland_dictation.sh sway|kwin BUILD_FOLDER
+# On sway the screen is saved while the pill shows, in OUTPUT_FOLDER.
+# Usage: wayland_dictation.sh sway|kwin BUILD_FOLDER [OUTPUT_FOLDER]
 set -euo pipefail
-compositor="$1" build="$2"
+compositor="$1" build="$2" output="${3:-}"
 source "$(dirname "$0")/../../harness/wayland.sh"
 source "$(dirname "$0")/../../harness/sound.sh"
 source "$(dirname "$0")/../../harness/app.sh"
@@ -44,7 +45,14 @@ esac
 wayland_activate "$target" || fail "the target could not be brought back: $(wayland_active)"
 probe focus "$target" single-line || fail "the field did not take focus"
 
+if [ "$compositor" = sway ] && [ -n "$output" ]; then
+    mkdir -p "$output"
+    # The pill beside the field it must not take the keyboard from.
+    (harness_wait 30 app_recording && sleep 2 && wayland_screenshot "$output/recording.png") &
+    shot_pid=$!
+fi
 app_dictate Alt+Space "$target" single-line 300 "$clip" || fail "the dictation failed"
+[ -z "${shot_pid:-}" ] || wait "$shot_pid" || fail "no screenshot of the recording"
 echo "dictated: $app_text"
 read -r errors words rate < <(app_wer "$app_text" "$clip")
 echo "dictation: $errors errors in $words words ($rate)"

@@ -263,6 +263,7 @@ void QuendraApp::answerOnTheBus() {
     connect(&instances, &InstanceBus::toggleRequested, model.get(),
             [this] { model->toggle(false); });
     connect(&instances, &InstanceBus::cancelRequested, model.get(), &AppModel::cancel);
+    connect(&instances, &InstanceBus::noteToggleRequested, notes.get(), &NotesModel::toggle);
     instances.setStatusProvider([this] { return model->statusLine(); });
     if (!instances.publish(
             SingleInstanceCoordinator::resolvedLocation(QCoreApplication::applicationFilePath())))

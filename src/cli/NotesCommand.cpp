@@ -8,6 +8,7 @@
 #include "notes/NoteSummary.h"
 #include "notes/NotesStore.h"
 #include "notes/SpeakerNameSuggester.h"
+#include "platform/InstanceBus.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -176,6 +177,12 @@ int names(Invocation& in) {
     for (const auto& s : suggestions)
         in.out << note->displayName(s.speaker) << u" → "_s << s.name << u"  ["_s << clock(s.startMs)
                << u"] “"_s << s.quote << u"”"_s << Qt::endl;
+    return 0;
+}
+
+int toggleNote(Invocation& in) {
+    if (const auto asked = in.app.instanceBus().toggleNote(); !asked)
+        return in.failure(asked.error());
     return 0;
 }
 
@@ -415,6 +422,14 @@ int runNotesCommand(AppContext& app, const QStringList& arguments, QTextStream& 
          {u"call"_s},
          {u"seconds"_s},
          recordNote},
+        {u"toggle"_s,
+         {u"notes toggle"_s,
+          u"Starts a note in the running Parlevo, or stops the one under way, as the Notes\n"
+          "shortcut does; bind it to a key in your desktop's settings."_s},
+         0,
+         {},
+         {},
+         toggleNote},
         {u"recover"_s,
          {u"notes recover"_s,
           u"Repairs notes left recording when Parlevo quit, as start-up does, and marks them\n"

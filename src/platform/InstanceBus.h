@@ -46,6 +46,8 @@ public:
     // error is the sentence for the user.
     virtual std::expected<void, QString> toggle() = 0;
     virtual std::expected<void, QString> cancel() = 0;
+    // Starts or stops a note, as the Notes shortcut does.
+    virtual std::expected<void, QString> toggleNote() = 0;
     virtual std::expected<QString, QString> status() = 0;
 
     // The session bus; a bus that cannot be reached has no other copies.
@@ -58,6 +60,7 @@ Q_SIGNALS:
     // drop the one under way.
     void toggleRequested();
     void cancelRequested();
+    void noteToggleRequested();
 };
 
 } // namespace quendra

@@ -93,6 +93,15 @@ ask status
 [ "$(requests other toggle)" -eq 1 ] || fail "one toggle gave $(requests other toggle) requests"
 [ "$(requests other cancel)" -eq 1 ] || fail "one cancel gave $(requests other cancel) requests"
 
+# The Notes toggle reaches the same copy, once, and is no dictation toggle.
+note_rc=0
+timeout 20 "$parlevo" notes toggle >"$harness_dir/out" 2>"$harness_dir/err" || note_rc=$?
+[ "$note_rc" -eq 0 ] || fail "notes toggle ended with $note_rc: $(cat "$harness_dir/err")"
+harness_wait 10 handed other note 1 || fail "the copy was not asked to toggle a note"
+ask status
+[ "$(requests other note)" -eq 1 ] || fail "one notes toggle gave $(requests other note) requests"
+[ "$(requests other toggle)" -eq 1 ] || fail "notes toggle also toggled a dictation"
+
 # The installed copy wins over the one from elsewhere.
 start home "$stand_in" "$installed" "ready"
 home=$last

@@ -28,6 +28,8 @@ int main(int argc, char** argv) {
                      [&out] { out << u"toggle"_s << Qt::endl; });
     QObject::connect(&bus, &InstanceBus::cancelRequested,
                      [&out] { out << u"cancel"_s << Qt::endl; });
+    QObject::connect(&bus, &InstanceBus::noteToggleRequested,
+                     [&out] { out << u"note"_s << Qt::endl; });
     if (!bus.publish(arguments[1])) {
         QTextStream(stderr) << u"published_instance: could not publish on the session bus"_s
                             << Qt::endl;

@@ -33,6 +33,9 @@ public Q_SLOTS:
     Q_SCRIPTABLE void Cancel() {
         QMetaObject::invokeMethod(&bus, &InstanceBus::cancelRequested, Qt::QueuedConnection);
     }
+    Q_SCRIPTABLE void ToggleNote() {
+        QMetaObject::invokeMethod(&bus, &InstanceBus::noteToggleRequested, Qt::QueuedConnection);
+    }
     Q_SCRIPTABLE QString Status() { return bus.statusLine(); }
 
 private:

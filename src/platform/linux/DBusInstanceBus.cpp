@@ -193,6 +193,12 @@ std::expected<void, QString> DBusInstanceBus::cancel() {
     return {};
 }
 
+std::expected<void, QString> DBusInstanceBus::toggleNote() {
+    if (const auto reply = request(u"ToggleNote"_s); !reply)
+        return std::unexpected(reply.error());
+    return {};
+}
+
 std::expected<QString, QString> DBusInstanceBus::status() {
     const auto reply = request(u"Status"_s);
     if (!reply)

@@ -24,6 +24,7 @@ public:
     void setStatusProvider(std::function<QString()> provider) override;
     std::expected<void, QString> toggle() override;
     std::expected<void, QString> cancel() override;
+    std::expected<void, QString> toggleNote() override;
     std::expected<QString, QString> status() override;
 
     // The answer to Status: the provider's line, or "starting" before it is set.

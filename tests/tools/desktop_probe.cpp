@@ -16,6 +16,8 @@
 #include "session/HotKeyManager.h"
 #include "session/ShortcutSettings.h"
 
+#include "ProbeSupport.h"
+
 #include <QBuffer>
 #include <QClipboard>
 #include <QFile>
@@ -30,13 +32,10 @@
 
 using namespace Qt::Literals::StringLiterals;
 using namespace quendra;
+using probe::modifiersOf;
+using probe::say;
 
 namespace {
-
-void say(const QString& line) {
-    std::printf("%s\n", qUtf8Printable(line));
-    std::fflush(stdout);
-}
 
 int ownClipboard(const QString& text, const QString& pngPath) {
     QImage image(8, 8, QImage::Format_RGB32);
@@ -55,19 +54,6 @@ int ownClipboard(const QString& text, const QString& pngPath) {
     QGuiApplication::clipboard()->setMimeData(data);
     say(u"owning"_s);
     return QGuiApplication::exec();
-}
-
-std::optional<ShortcutModifiers> modifiersOf(const QString& text) {
-    ShortcutModifiers modifiers;
-    if (text == u"-"_s)
-        return modifiers;
-    for (const QString& name : text.split(u'+')) {
-        const auto modifier = modifierNamed(name);
-        if (!modifier)
-            return std::nullopt;
-        modifiers |= *modifier;
-    }
-    return modifiers;
 }
 
 std::optional<DictationShortcut> shortcutOf(const QString& keysym, const QString& modifiers,

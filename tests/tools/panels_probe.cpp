@@ -17,27 +17,21 @@
 #include "panels/StatusIcons.h"
 #include "platform/DesktopServices.h"
 
+#include "ProbeSupport.h"
+
 #include <QGuiApplication>
 #include <QProcess>
 #include <QQmlPropertyMap>
 #include <QQuickWindow>
-#include <QSocketNotifier>
 #include <QTimer>
 
-#include <cstdio>
 #include <memory>
-
-#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace quendra;
+using probe::say;
 
 namespace {
-
-void say(const QString& line) {
-    std::printf("%s\n", qUtf8Printable(line));
-    std::fflush(stdout);
-}
 
 const QUuid entry = QUuid::fromString(u"{6c1f2a4e-8d3b-4f7a-9e21-5b0c7d9a3f10}"_s);
 
@@ -235,25 +229,13 @@ int main(int argc, char** argv) {
                              (id ? id->toString(QUuid::WithoutBraces) : u"-"_s));
                      });
 
-    QSocketNotifier input(0, QSocketNotifier::Read);
-    QByteArray pending;
-    QObject::connect(&input, &QSocketNotifier::activated, [&] {
-        char chunk[4096];
-        const ssize_t got = ::read(0, chunk, sizeof chunk);
-        if (got <= 0) {
-            input.setEnabled(false);
-            QCoreApplication::quit();
-            return;
-        }
-        pending.append(chunk, got);
-        for (qsizetype end = pending.indexOf('\n'); end >= 0; end = pending.indexOf('\n')) {
-            const QString command = QString::fromUtf8(pending.left(end)).trimmed();
-            pending.remove(0, end + 1);
-            if (!probe.run(command.split(u' ', Qt::SkipEmptyParts)))
-                say(u"unknown "_s + command);
-            else if (command != u"quit"_s && command != u"target"_s && command != u"hide-hud"_s)
-                answerWhenDrawn(command);
-        }
+    probe::LineReader input([&](const QString& line) {
+        const QString command = line.trimmed();
+        if (!probe.run(command.split(u' ', Qt::SkipEmptyParts)))
+            say(u"unknown "_s + command);
+        else if (command != u"quit"_s && command != u"target"_s && command != u"hide-hud"_s)
+            answerWhenDrawn(command);
+        return true;
     });
     say(u"ready"_s);
     return QGuiApplication::exec();

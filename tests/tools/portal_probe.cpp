@@ -21,6 +21,8 @@
 #include "platform/linux/RemoteDesktopKeyEventPoster.h"
 #include "platform/linux/ShortcutKeys.h"
 
+#include "ProbeSupport.h"
+
 #include <QCoreApplication>
 #include <QSocketNotifier>
 
@@ -32,26 +34,10 @@
 
 using namespace Qt::Literals::StringLiterals;
 using namespace quendra;
+using probe::modifiersOf;
+using probe::say;
 
 namespace {
-
-void say(const QString& line) {
-    std::printf("%s\n", qUtf8Printable(line));
-    std::fflush(stdout);
-}
-
-std::optional<ShortcutModifiers> modifiersOf(const QString& text) {
-    ShortcutModifiers modifiers;
-    if (text == u"-"_s)
-        return modifiers;
-    for (const QString& name : text.split(u'+')) {
-        const auto modifier = modifierNamed(name);
-        if (!modifier)
-            return std::nullopt;
-        modifiers |= *modifier;
-    }
-    return modifiers;
-}
 
 QString errorName(HotKeyServiceError error) {
     switch (error) {
@@ -64,38 +50,6 @@ QString errorName(HotKeyServiceError error) {
     }
     return {};
 }
-
-// Standard input, a line at a time.
-class Commands : public QObject {
-public:
-    explicit Commands(std::function<void(const QStringList&)> run)
-        : run(std::move(run))
-        , notifier(STDIN_FILENO, QSocketNotifier::Read) {
-        connect(&notifier, &QSocketNotifier::activated, this, &Commands::readSome);
-    }
-
-private:
-    void readSome() {
-        char chunk[512];
-        const ssize_t got = ::read(STDIN_FILENO, chunk, sizeof chunk);
-        if (got <= 0) {
-            QCoreApplication::quit();
-            return;
-        }
-        pending.append(chunk, got);
-        qsizetype end;
-        while ((end = pending.indexOf('\n')) >= 0) {
-            const QString line = QString::fromUtf8(pending.left(end)).trimmed();
-            pending.remove(0, end + 1);
-            if (!line.isEmpty())
-                run(line.split(u' ', Qt::SkipEmptyParts));
-        }
-    }
-
-    std::function<void(const QStringList&)> run;
-    QSocketNotifier notifier;
-    QByteArray pending;
-};
 
 int names(const QString& keysymText, const QString& modifiersText) {
     bool number = false;
@@ -156,10 +110,13 @@ int main(int argc, char** argv) {
                          });
     }
 
-    Commands commands([&](const QStringList& c) {
-        if (c[0] == u"quit"_s) {
-            QCoreApplication::quit();
-        } else if (c[0] == u"register"_s && c.size() == 4 && shortcuts) {
+    probe::LineReader commands([&](const QString& line) {
+        const QStringList c = line.split(u' ', Qt::SkipEmptyParts);
+        if (c.isEmpty())
+            return true;
+        if (c[0] == u"quit"_s)
+            return false;
+        if (c[0] == u"register"_s && c.size() == 4 && shortcuts) {
             bool number = false;
             const std::uint32_t keysym = c[2].toUInt(&number, 0);
             const auto modifiers = modifiersOf(c[3]);
@@ -179,6 +136,7 @@ int main(int argc, char** argv) {
         } else {
             say(u"unknown command: "_s + c.join(u' '));
         }
+        return true;
     });
     return QCoreApplication::exec();
 }

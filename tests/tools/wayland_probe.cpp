@@ -18,6 +18,8 @@
 #include "platform/linux/VirtualKeyboardKeyEventPoster.h"
 #include "platform/linux/WaylandPasteboard.h"
 
+#include "ProbeSupport.h"
+
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -33,13 +35,9 @@
 
 using namespace Qt::Literals::StringLiterals;
 using namespace quendra;
+using probe::say;
 
 namespace {
-
-void say(const QString& line) {
-    std::printf("%s\n", qUtf8Printable(line));
-    std::fflush(stdout);
-}
 
 QString typesOf(const QList<PasteboardItem>& items) {
     QStringList types;
@@ -133,25 +131,6 @@ private:
 int main(int argc, char** argv) {
     QGuiApplication app(argc, argv);
     Probe probe;
-    QByteArray pending;
-    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, [&] {
-        char buffer[4096];
-        const ssize_t n = read(STDIN_FILENO, buffer, sizeof buffer);
-        if (n <= 0) {
-            QCoreApplication::quit();
-            return;
-        }
-        pending.append(buffer, n);
-        qsizetype end;
-        while ((end = pending.indexOf('\n')) >= 0) {
-            const QString line = QString::fromUtf8(pending.left(end));
-            pending.remove(0, end + 1);
-            if (!probe.run(line)) {
-                QCoreApplication::quit();
-                return;
-            }
-        }
-    });
+    probe::LineReader input([&probe](const QString& line) { return probe.run(line); });
     return QCoreApplication::exec();
 }

@@ -323,6 +323,15 @@ QCoro::Task<> PortalHotKeyService::bind() {
     binding = false;
 }
 
+QCoro::Task<BoundKeys> PortalHotKeyService::boundKeys(std::uint32_t identifier) const {
+    const QDBusPendingCall asked = askKglobalaccel(u"shortcut"_s, kglobalaccelAction(identifier));
+    const QDBusMessage keys = co_await asked;
+    // No kglobalaccel (not KDE), or a shortcut it does not know yet.
+    if (keys.type() != QDBusMessage::ReplyMessage || keys.arguments().isEmpty())
+        co_return BoundKeys{false, {}};
+    co_return BoundKeys{true, qdbus_cast<QList<int>>(keys.arguments().constFirst())};
+}
+
 // kglobalaccel keeps the keys a shortcut was first bound to whatever the
 // portal is asked for later; the application's choice replaces them.
 QCoro::Task<> PortalHotKeyService::forgetOtherBindings(QHash<std::uint32_t, Wanted> shortcuts) {
@@ -330,18 +339,14 @@ QCoro::Task<> PortalHotKeyService::forgetOtherBindings(QHash<std::uint32_t, Want
     for (auto it = shortcuts.cbegin(); it != shortcuts.cend(); ++it) {
         if (!it->qtKey)
             continue;
-        const QStringList action = kglobalaccelAction(it.key());
-        const QDBusPendingCall asked = askKglobalaccel(u"shortcut"_s, action);
-        const QDBusMessage keys = co_await asked;
-        if (!self)
+        const QCoro::Task<BoundKeys> asked = boundKeys(it.key());
+        const BoundKeys bound = co_await asked;
+        if (!self || !bound.known)
             co_return;
-        // No kglobalaccel (not KDE), or a shortcut it does not know yet.
-        if (keys.type() != QDBusMessage::ReplyMessage || keys.arguments().isEmpty())
-            co_return;
-        const QList<int> codes = qdbus_cast<QList<int>>(keys.arguments().constFirst());
-        if (codes.isEmpty() || codes.constFirst() == *it->qtKey)
+        if (bound.codes.isEmpty() || bound.codes.constFirst() == *it->qtKey)
             continue;
-        const QDBusPendingCall forgotten = askKglobalaccel(u"unRegister"_s, action);
+        const QDBusPendingCall forgotten =
+            askKglobalaccel(u"unRegister"_s, kglobalaccelAction(it.key()));
         co_await forgotten;
         if (!self)
             co_return;
@@ -353,15 +358,12 @@ QCoro::Task<> PortalHotKeyService::checkBindings(QHash<std::uint32_t, Wanted> sh
     for (auto it = shortcuts.cbegin(); it != shortcuts.cend(); ++it) {
         if (!it->qtKey)
             continue;
-        const QDBusPendingCall asked = askKglobalaccel(u"shortcut"_s, kglobalaccelAction(it.key()));
-        const QDBusMessage keys = co_await asked;
-        if (!self || changed)
+        const QCoro::Task<BoundKeys> asked = boundKeys(it.key());
+        const BoundKeys bound = co_await asked;
+        if (!self || changed || !bound.known)
             co_return;
-        if (keys.type() != QDBusMessage::ReplyMessage || keys.arguments().isEmpty())
-            co_return;
-        const QList<int> codes = qdbus_cast<QList<int>>(keys.arguments().constFirst());
         // Empty when kglobalaccel does not keep this portal's shortcuts.
-        if (codes.isEmpty() || codes.constFirst() == *it->qtKey)
+        if (bound.codes.isEmpty() || bound.codes.constFirst() == *it->qtKey)
             continue;
         qWarning("The desktop bound the shortcut %s to other keys than %s (another shortcut "
                  "holds them)",

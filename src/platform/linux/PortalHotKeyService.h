@@ -16,6 +16,11 @@
 
 namespace quendra {
 
+struct BoundKeys {
+    bool known = false; // kglobalaccel answered
+    QList<int> codes;
+};
+
 struct PortalShortcut;
 
 // Global shortcuts through the desktop portal's GlobalShortcuts interface
@@ -77,6 +82,8 @@ private:
     QString description(std::uint32_t identifier) const;
     QList<PortalShortcut> portalShortcuts(const QHash<std::uint32_t, Wanted>& shortcuts) const;
     QStringList kglobalaccelAction(std::uint32_t identifier) const;
+    // The keys kglobalaccel holds for the shortcut (Qt key codes).
+    QCoro::Task<BoundKeys> boundKeys(std::uint32_t identifier) const;
     void refuse(std::uint32_t identifier, HotKeyServiceError error);
     void scheduleBind(int delayMs = 0);
     QString takeSession();

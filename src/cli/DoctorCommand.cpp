@@ -72,7 +72,7 @@ CheckOutcome checkShortcut(AppContext& app) {
                           shortcut.displayName())};
     case DesktopServices::ShortcutRoute::kglobalaccel:
         return {true, u"The dictation shortcut %1 is registered with KDE’s shortcut service; "
-                      "System Settings, Shortcuts, lists it."_s.arg(shortcut.displayName())};
+                      "the desktop’s shortcut settings list it."_s.arg(shortcut.displayName())};
     case DesktopServices::ShortcutRoute::desktopSettings: {
         const ShortcutGuide guide = shortcutGuide(app);
         const auto bound = guide.isBound();

@@ -69,7 +69,7 @@ QString ShortcutGuide::advice() const {
                "one named “Parlevo dictation” with the command “%1” and the shortcut %2, or run "
                "“parlevo doctor --bind-shortcut” to add it."_s.arg(command(), keys);
     case DesktopFamily::kde:
-        return u"In System Settings, Shortcuts, add a new command “%1” and give it the "
+        return u"In the desktop’s shortcut settings, add a new command “%1” and give it the "
                "shortcut %2."_s.arg(command(), keys);
     case DesktopFamily::wlroots:
         if (isSway(session))

@@ -57,7 +57,7 @@ bound_code() {
 # Succeeds when shortcut NAME of GROUP is bound to the Qt key code CODE.
 bound_is() { [ "$(bound_code "$1" "$2")" = "$3" ]; }
 
-# Presses the shortcut NAME of GROUP the way System Settings' "run" does,
+# Presses the shortcut NAME of GROUP the way running it from the desktop's shortcut settings does,
 # without keys (so without a release).
 invoke_shortcut() {
     local path

@@ -10,7 +10,7 @@ namespace quendra {
 // Tells a new press of a global shortcut from the ones a held key repeats.
 // kglobalaccel and the shortcuts portal report every auto-repeat as another
 // press and the release once. A press nobody releases (kglobalaccel's
-// invokeShortcut, as System Settings' "run" does) stops counting as held
+// invokeShortcut, as running it from the desktop's shortcut settings does) stops counting as held
 // once no repeat has come for longer than any keyboard's repeat delay.
 class HeldShortcuts {
 public:

@@ -47,7 +47,7 @@ wait_ms 10000 has_lines "$log" '^released 1$' 2 || fail "no release after holdin
 wayland_press ctrl+alt+n
 wait_ms 10000 has_lines "$log" '^pressed 2$' 1 || fail "the second shortcut: $(cat "$log")"
 [ "$(count_lines "$log" '^pressed 1$')" = 2 ] || fail "the second shortcut pressed the first"
-# Run from System Settings: a press without a release, which still counts.
+# Run from the desktop's shortcut settings: a press without a release, which still counts.
 sleep 2.2
 invoke_shortcut Parlevo hotkey-1
 wait_ms 10000 has_lines "$log" '^pressed 1$' 3 || fail "the shortcut run without keys: $(cat "$log")"

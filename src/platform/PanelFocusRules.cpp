@@ -1,13 +1,13 @@
 #include "PanelFocusRules.h"
 
+#include "model/DurableFile.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 using namespace Qt::Literals::StringLiterals;
@@ -70,16 +70,15 @@ void PanelFocusRules::applyKWin() {
     const QString path =
         QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
             .filePath(u"kwinrulesrc"_s);
-    QFile file(path);
+    // Read and written whole, the way Parlevo keeps its own files: a full
+    // disk must not leave the user's rules emptied.
     QString text;
-    if (file.exists()) {
-        if (!file.open(QIODevice::ReadOnly)) {
-            qWarning("parlevo: %s cannot be read; the dictation pill stays hidden",
-                     qPrintable(path));
-            return;
-        }
-        text = QString::fromUtf8(file.readAll());
-        file.close();
+    const auto read = DurableFile::read(path, 1 << 20);
+    if (read)
+        text = QString::fromUtf8(*read);
+    else if (read.error().kind != StoreError::Kind::missing) {
+        qWarning("parlevo: %s The dictation pill stays hidden.", qPrintable(read.error().message));
+        return;
     }
     const QString group = QLatin1String(kwinRuleGroup);
     if (!text.contains(u"["_s + group + u"]"_s)) {
@@ -113,11 +112,14 @@ void PanelFocusRules::applyKWin() {
               << u"wmclass="_s + applicationId << u"wmclassmatch=1"_s
               << u"title="_s + titlePattern() << u"titlematch=3"_s << u"acceptfocus=false"_s
               << u"acceptfocusrule=2"_s << u"above=true"_s << u"aboverule=2"_s << u""_s;
-        QSaveFile out(path);
-        if (!QDir().mkpath(QFileInfo(path).absolutePath()) || !out.open(QIODevice::WriteOnly) ||
-            out.write(lines.join(u'\n').toUtf8()) < 0 || !out.commit()) {
-            qWarning("parlevo: %s could not be written; the dictation pill stays hidden",
-                     qPrintable(path));
+        if (!QDir().mkpath(QFileInfo(path).absolutePath())) {
+            qWarning("parlevo: %s cannot be made; the dictation pill stays hidden",
+                     qPrintable(QFileInfo(path).absolutePath()));
+            return;
+        }
+        if (const auto written = DurableFile::write(path, lines.join(u'\n').toUtf8()); !written) {
+            qWarning("parlevo: %s The dictation pill stays hidden.",
+                     qPrintable(written.error().message));
             return;
         }
     }

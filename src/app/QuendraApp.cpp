@@ -108,8 +108,8 @@ bool QuendraApp::start() {
     panels =
         std::make_unique<QuickPanels>(desktop ? (*desktop)->accessibility.get() : nullptr,
                                       desktop ? (*desktop)->screens.get() : nullptr, engine.get());
-    panelRules = std::make_unique<PanelFocusRules>(DesktopSession::current(),
-                                                   QStringLiteral(QUENDRA_APPLICATION_ID));
+    const DesktopSession session = desktop ? (*desktop)->session : DesktopSession::current();
+    panelRules = std::make_unique<PanelFocusRules>(session, QStringLiteral(QUENDRA_APPLICATION_ID));
     panels->setPillAllowed(panelRules->honoured());
     connect(panelRules.get(), &PanelFocusRules::honouredChanged, panels.get(),
             &QuickPanels::setPillAllowed);
@@ -129,7 +129,7 @@ bool QuendraApp::start() {
         .pasteboard = desktop ? (*desktop)->pasteboard.get() : nullptr,
         .insertion = insertion ? *insertion : nullptr,
         .targetTracker = tracker ? *tracker : nullptr,
-        .fieldMicrophoneOffered = DesktopSession::current().offersFieldMicrophone(),
+        .fieldMicrophoneOffered = session.offersFieldMicrophone(),
     });
     panels->setMeter(model.get());
     model->setConnectionCheck([this]() -> QCoro::Task<std::expected<void, QString>> {

@@ -67,11 +67,15 @@ std::optional<RunningApplication> AtspiWorkspace::frontmostApplication() {
     // The one the events named, confirmed; otherwise each application is asked.
     if (lastFrontmost && *lastFrontmost != own && accessibility.hasActiveWindow(*lastFrontmost))
         return describe(*lastFrontmost, names.value(*lastFrontmost));
+    if (sinceEmptyScan.isValid() && sinceEmptyScan.elapsed() < 1000)
+        return std::nullopt;
     for (const RunningApplication& app : runningApplications())
         if (app.processId != own && accessibility.hasActiveWindow(app.processId)) {
             lastFrontmost = app.processId;
+            sinceEmptyScan.invalidate();
             return app;
         }
+    sinceEmptyScan.start();
     return std::nullopt;
 }
 
@@ -83,6 +87,7 @@ void AtspiWorkspace::activationChanged(qint64 processId, bool active) {
             lastFrontmost.reset();
         return;
     }
+    sinceEmptyScan.invalidate();
     if (lastFrontmost == processId)
         return;
     lastFrontmost = processId;

@@ -4,6 +4,7 @@
 #include "model/MainThreadChecker.h"
 #include "platform/Workspace.h"
 
+#include <QElapsedTimer>
 #include <QSet>
 #include <QTimer>
 
@@ -35,6 +36,10 @@ private:
     MainThreadChecker checker;
     AtspiAccessibility& accessibility;
     std::optional<qint64> lastFrontmost;
+    // When a scan of every application found none in front: the tracker asks
+    // four times a second, and only an activation event changes the answer
+    // before the next scan is due.
+    QElapsedTimer sinceEmptyScan;
     QHash<qint64, QString> names;
     QTimer terminationTimer;
 };

@@ -196,7 +196,11 @@ QCoro::Task<InsertionResult> InsertionService::insert(QString text, InsertionTar
         co_return InsertionResult::failed;
     }
 
-    const auto focusResult = accessibility.setFocused(target.element);
+    // Focusing a field that has the focus already is not harmless: a GTK
+    // entry selects all its text, which the dictation would then replace.
+    const bool stillFocused = sameElement(focusedElement(target.application), target.element);
+    const auto focusResult =
+        stillFocused ? std::expected<void, FocusError>() : accessibility.setFocused(target.element);
     bool confirmed = false;
     // Nothing moved when the field kept its window and its focus throughout.
     bool unmoved = frontmost->processId == pid;

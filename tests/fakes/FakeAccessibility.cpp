@@ -160,6 +160,8 @@ std::expected<void, FocusError> FakeAccessibility::setFocused(const Element& ele
         return std::unexpected(*focusError);
     if (focusFollowsRequests)
         focus(n->processId, n);
+    if (n->selectsAllOnFocus)
+        n->selection = TextRange{0, n->strings.value(AccessibleStringAttribute::value).size()};
     return {};
 }
 

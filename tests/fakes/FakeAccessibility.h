@@ -28,6 +28,8 @@ struct FakeNode : ElementHandle {
     bool acceptsSelectedText = true;
     // Whether an accepted setSelectedText changes the text, or only says so.
     bool writesAcceptedText = true;
+    // Whether taking the focus selects the whole text, as a GTK entry does.
+    bool selectsAllOnFocus = false;
 };
 using FakeNodePtr = std::shared_ptr<FakeNode>;
 

@@ -32,6 +32,11 @@ text='Grüße aus 東京 😀 done'
 "$parlevo" insert "$text" >"$out" 2>&1 || fail "insert failed: $(cat "$out")"
 grep -qx 'inserted with Accessibility and read back' "$out" || fail "not written and read back: $(cat "$out")"
 [ "$(probe text "$app" single-line)" = "$text" ] || fail "the entry holds: $(probe text "$app" single-line)"
+# A second dictation adds to what the field holds (focusing a GTK entry
+# again would select its text for replacing).
+"$parlevo" insert " and more" >"$out" 2>&1 || fail "the second insert failed: $(cat "$out")"
+text="$text and more"
+[ "$(probe text "$app" single-line)" = "$text" ] || fail "the entry holds: $(probe text "$app" single-line)"
 
 probe focus "$app" multi-line
 "$parlevo" insert "into the view" >"$out" 2>&1 || fail "insert into the view failed: $(cat "$out")"

@@ -154,6 +154,12 @@ TEST_F(InsertionServiceTest, FocusThatLandsOnAnotherFieldIsNotUsedEvenWhenItOver
 
 TEST_F(InsertionServiceTest, ARefusedFocusRequestIsLoggedByNameAndTheFocusedFieldStillCounts) {
     const InsertionTarget target = remembered();
+    // Raising the window takes the focus off the field for a moment, so the
+    // field is asked for it, and says no.
+    workspace.onActivate = [this](qint64) {
+        ax.focus(editorPid, nullptr);
+        QTimer::singleShot(30, [this] { ax.focus(editorPid, field); });
+    };
     ax.focusError = FocusError::refused;
     EXPECT_EQ(insert(u"x"_s, target), InsertionResult::inserted);
     EXPECT_THAT(log, Contains(u"original focus status=refused confirmed=false"_s));
@@ -312,6 +318,15 @@ TEST_F(AccessibleTextFirstTest, WritesThroughTheAccessibilityLayerAndLeavesTheCl
     EXPECT_EQ(insert(u"see you at nine"_s, target), InsertionResult::inserted);
     EXPECT_EQ(field->strings[AccessibleStringAttribute::value],
               u"Dear Ann, see you at ninesee you at nine"_s);
+}
+
+TEST_F(AccessibleTextFirstTest, ASecondDictationKeepsWhatTheFieldAlreadyHolds) {
+    field->selectsAllOnFocus = true;
+    const InsertionTarget target = remembered();
+    EXPECT_EQ(insert(u"Dear Ann,"_s, target), InsertionResult::inserted);
+    EXPECT_EQ(insert(u" see you"_s, target), InsertionResult::inserted);
+    EXPECT_EQ(field->strings[AccessibleStringAttribute::value], u"Dear Ann, see you"_s);
+    EXPECT_EQ(ax.setFocusedCalls, 0);
 }
 
 TEST_F(AccessibleTextFirstTest, AWriteThatOnlyClaimsSuccessFallsBackToAPasteThatIsReadBack) {
